@@ -1,0 +1,57 @@
+// The policies that this library created and that still live, by handle.
+//
+// Every call that takes a policy handle begins with a look-up here: without a lock, without writing
+// anything, and usually with one comparison. That is the front: one slot for each hash value, which
+// holds the policy registered there last. Behind it a hash table holds them all. Readers of that
+// table take no lock either; one that meets a writer may miss a policy that is there, and must then
+// look at the record itself (policy_handle.h).
+//
+// The table also keeps every policy reachable for leak checkers.
+#ifndef ACL_LIB_ENCODING_LIVE_POLICIES_H
+#define ACL_LIB_ENCODING_LIVE_POLICIES_H
+
+#include <array>
+#include <atomic>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+
+#include "acl_lib.h"
+
+namespace acl {
+
+// Spreads handles, which lie at regular distances, over 1 << `bits` hash values (the multiplier is
+// the golden ratio's fraction). The hash of 0 is 0.
+inline std::size_t hashOfHandle(std::uintptr_t handle, unsigned bits) noexcept {
+  constexpr unsigned kHandleBits = sizeof(handle) * CHAR_BIT;
+  constexpr auto kMultiplier =
+      static_cast<std::uintptr_t>(std::uint64_t{0x9E3779B97F4A7C15} >> (64 - kHandleBits));
+  return static_cast<std::size_t>(handle * kMultiplier >> (kHandleBits - bits));
+}
+
+// The front. Slot 0 is never used and never 0, so that the null handle, which belongs there, is not
+// found. Hidden by name, so that position-independent code reaches it without a detour.
+inline constexpr unsigned kFrontBits = 10;
+using PolicyFront = std::array<std::atomic<std::uintptr_t>, 1U << kFrontBits>;
+[[gnu::visibility("hidden")]] extern PolicyFront livePolicyFront;
+
+// Tells by one comparison that a handle is a live policy's; false says nothing. Any thread.
+inline bool isLivePolicyInFront(AclPolicyHandle handle) noexcept {
+  const auto wanted = static_cast<std::uintptr_t>(handle);
+  return livePolicyFront[hashOfHandle(wanted, kFrontBits)].load(std::memory_order_relaxed) ==
+         wanted;
+}
+
+// Tells whether a handle is a live policy's, as described above for a reader that meets a writer.
+// Any thread.
+bool isLivePolicy(AclPolicyHandle handle) noexcept;
+
+// Makes a policy known. Returns false, with nothing changed, when memory is exhausted. Any thread.
+bool registerPolicy(AclPolicy *policy) noexcept;
+
+// Makes a policy unknown; one that is not known is ignored. Any thread.
+void forgetPolicy(const AclPolicy *policy) noexcept;
+
+}  // namespace acl
+
+#endif  // ACL_LIB_ENCODING_LIVE_POLICIES_H

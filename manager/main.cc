@@ -1,0 +1,143 @@
+// aclmgrd: the ACL manager as a daemon. docs/manager.md describes its use.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "manager/server/manager.h"
+#include "platform/board.h"
+#include "swplat/server.h"
+
+namespace {
+
+constexpr const char *kComponent = "acl";
+constexpr std::int32_t kServingState = 9;  // clients wait for this state of the manager
+constexpr std::uint32_t kLargestSlot = 255;
+
+enum ExitStatus { kStopped = 0, kCannotServe = 1, kBadArguments = 2 };
+
+struct Options {
+  std::uint32_t slot = 0;
+  bool verbose = false;
+};
+
+struct ServerClose {
+  void operator()(SwplatServer *server) const { swplatServerClose(server); }
+};
+using ServerOwner = std::unique_ptr<SwplatServer, ServerClose>;
+
+// A signal handler reaches nothing but globals: the server that is to be stopped.
+std::atomic<SwplatServer *> serverToStop{nullptr};
+static_assert(std::atomic<SwplatServer *>::is_always_lock_free);
+
+extern "C" void stopServer(int) {
+  SwplatServer *server = serverToStop.load();
+  if (server != nullptr) swplatServerStop(server);
+}
+
+void handleSignals(void (*onStop)(int)) {
+  struct sigaction action = {};
+  action.sa_handler = onStop;
+  sigaction(SIGTERM, &action, nullptr);
+  sigaction(SIGINT, &action, nullptr);
+  // A reader of the log that goes away must not take the manager with it.
+  std::signal(SIGPIPE, SIG_IGN);
+}
+
+// The manager over the host platform's server.
+class Daemon final : public aclmgr::Connections {
+ public:
+  explicit Daemon(aclmgr::RequestLog &log) : manager_(*this, log) {}
+
+  // Takes the component. Returns false with errno set when it cannot be served.
+  bool open(std::uint32_t slot) {
+    constexpr SwplatServerHandlers handlers = {
+        .connected =
+            [](void *self, std::uint32_t connection, const SwplatCredentials *credentials) {
+              static_cast<Daemon *>(self)->manager_.connected(
+                  connection, {credentials->pid, credentials->uid, credentials->gid, ""});
+            },
+        .received =
+            [](void *self, std::uint32_t connection, const std::uint8_t *data,
+               std::uint32_t length) {
+              static_cast<Daemon *>(self)->manager_.received(
+                  connection, std::as_bytes(std::span(data, length)));
+            },
+        .disconnected =
+            [](void *self, std::uint32_t connection) {
+              static_cast<Daemon *>(self)->manager_.disconnected(connection);
+            }};
+    server_.reset(swplatServerOpen(kComponent, slot, &handlers, this));
+    return server_ != nullptr;
+  }
+
+  // Runs until a signal stops it. Returns false with errno set when it cannot go on.
+  bool run() {
+    serverToStop = server_.get();
+    handleSignals(stopServer);
+    const bool stopped = swplatServerRun(server_.get()) == 0;
+    handleSignals(SIG_IGN);
+    serverToStop = nullptr;
+    return stopped;
+  }
+
+  bool send(std::uint32_t connection, std::span<const std::byte> packet) override {
+    constexpr std::int32_t kQueueFull = -115;
+    return swplatServerSend(server_.get(), connection, packet.data(),
+                            static_cast<std::uint32_t>(packet.size())) != kQueueFull;
+  }
+
+  void disconnect(std::uint32_t connection) override {
+    swplatServerDisconnect(server_.get(), connection);
+  }
+
+ private:
+  aclmgr::Manager manager_;
+  ServerOwner server_;  // behind the manager, since closing it may still call the handlers
+};
+
+int cannotServe(aclmgr::RequestLog &log, std::uint32_t slot) {
+  const int error = errno;
+  log.notice(error == EADDRINUSE ? fmt::format("another ACL manager already serves slot {}", slot)
+                                 : fmt::format("cannot serve slot {} in {}: {}", slot,
+                                               swplatRuntimeDirectory(), std::strerror(error)));
+  return kCannotServe;
+}
+
+int serve(const Options &options) {
+  aclmgr::RequestLog log(options.verbose ? stdout : nullptr, stderr);
+  Daemon daemon(log);
+  if (!daemon.open(options.slot)) return cannotServe(log, options.slot);
+  if (swplatPublishProcessState(kComponent, kServingState) != 0) {
+    return cannotServe(log, options.slot);
+  }
+  log.notice(fmt::format("serving slot {} in {}", options.slot, swplatRuntimeDirectory()));
+  if (!daemon.run()) return cannotServe(log, options.slot);
+  swplatPublishProcessState(kComponent, 0);
+  log.notice("stopped");
+  return kStopped;
+}
+
+}  // namespace
+
+int main(int argumentCount, char **arguments) {
+  CLI::App app{"Serves the access-control lists of one slot of the switch."};
+  Options options{.slot = boardGetSlotSelf()};
+  app.set_version_flag("--version", "aclmgrd " ACLMGR_VERSION);
+  app.add_option("--slot", options.slot, "slot to serve; this board's own when not given")
+      ->check(CLI::Range(0U, kLargestSlot));
+  app.add_flag("--verbose", options.verbose, "show every request on standard output");
+  try {
+    app.parse(argumentCount, arguments);
+  } catch (const CLI::ParseError &error) {
+    return app.exit(error) == 0 ? kStopped : kBadArguments;
+  }
+  return serve(options);
+}

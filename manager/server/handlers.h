@@ -1,0 +1,52 @@
+// What is done about each message code.
+#ifndef MANAGER_SERVER_HANDLERS_H
+#define MANAGER_SERVER_HANDLERS_H
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "manager/model/peers.h"
+#include "manager/model/policy_store.h"
+#include "manager/server/policy_assembler.h"
+#include "manager/server/replies.h"
+#include "manager/server/request_log.h"
+
+namespace aclmgr {
+
+// Everything the manager knows.
+struct ManagerState {
+  PolicyStore policies;
+  Peers peers;
+  PolicyAssembler assembler;
+};
+
+// One request as it came.
+struct Request {
+  std::uint32_t connection;
+  std::uint16_t code;
+  std::span<const std::byte> body;
+  bool wantsRulesText;  // whether RequestText::rules is to be filled
+};
+
+// Carries a request out. Returns what is to be answered, or nothing when its policy is not yet
+// complete. A request that is refused changes nothing. May throw std::bad_alloc.
+using Handle = std::optional<Answer> (*)(ManagerState &state, const Request &request,
+                                         RequestText &text);
+
+// One row of the table of codes.
+struct Handler {
+  std::uint16_t code;
+  std::string_view codeName;
+  Handle handle;
+  MakeReply makeReply;
+};
+
+// Returns the row of a code; of codes that the manager does not know, the row that refuses them.
+const Handler &handlerOf(std::uint16_t code) noexcept;
+
+}  // namespace aclmgr
+
+#endif  // MANAGER_SERVER_HANDLERS_H

@@ -1,0 +1,76 @@
+#include "manager/server/manager.h"
+
+#include <fmt/format.h>
+
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "acl_lib/encoding/byte_order.h"
+#include "acl_lib/transport/message_codes.h"
+#include "manager/server/packet.h"
+
+namespace aclmgr {
+namespace {
+
+// A request that the manager has no memory for is refused like any other.
+std::optional<Answer> carryOut(const Handler &handler, ManagerState &state, const Request &request,
+                               RequestText &text) {
+  try {
+    return handler.handle(state, request, text);
+  } catch (const std::bad_alloc &) {
+    return Answer{Status::kNoMemory, ""};
+  }
+}
+
+}  // namespace
+
+void Manager::connected(std::uint32_t connection, Peer peer) noexcept {
+  try {
+    state_.peers.add(connection, std::move(peer));
+  } catch (const std::bad_alloc &) {
+    connections_.disconnect(connection);
+  }
+}
+
+void Manager::received(std::uint32_t connection, std::span<const std::byte> packet) noexcept {
+  try {
+    serve(connection, packet);
+  } catch (const std::bad_alloc &) {  // not even a refusal can be answered
+    connections_.disconnect(connection);
+  }
+}
+
+void Manager::disconnected(std::uint32_t connection) noexcept {
+  state_.assembler.dropConnection(connection);
+  state_.peers.remove(connection);
+}
+
+void Manager::serve(std::uint32_t connection, std::span<const std::byte> packet) {
+  const auto requests = requestsOf(packet);
+  if (!requests) return close(connection, "malformed packet: " + requests.refusal().reason);
+  for (const std::span<const std::byte> body : requests.value()) {
+    if (!serveRequest(connection, body)) return close(connection, "it does not read its answers");
+  }
+}
+
+bool Manager::serveRequest(std::uint32_t connection, std::span<const std::byte> body) {
+  const Request request{connection, acl::loadBig<std::uint16_t>(body.data() + acl::kCodeOffset),
+                        body, log_.showsRequests()};
+  const Handler &handler = handlerOf(request.code);
+  RequestText text;
+  const std::optional<Answer> answer = carryOut(handler, state_, request, text);
+  log_.request(peerText(connection, state_.peers.find(connection)), handler.codeName, text, answer);
+  if (!answer) return true;
+  return connections_.send(connection, replyPacket(handler.makeReply(body, answer->status)));
+}
+
+void Manager::close(std::uint32_t connection, std::string_view reason) {
+  log_.notice(
+      fmt::format("closed {}: {}", peerText(connection, state_.peers.find(connection)), reason));
+  connections_.disconnect(connection);
+}
+
+}  // namespace aclmgr

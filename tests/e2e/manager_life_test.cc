@@ -1,0 +1,122 @@
+// The real manager: many clients at once, death and return while requests flow, a clean end.
+#include <gtest/gtest.h>
+#include <platform/board.h>
+#include <signal.h>
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+#include "tests/e2e/child_process.h"
+#include "tests/e2e/library_client.h"
+#include "tests/e2e/runtime_directory.h"
+
+namespace {
+
+using e2e::ChildProcess;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using std::chrono::steady_clock;
+
+constexpr int kManagerUp = 9;  // the process state that the manager publishes
+
+bool eventually(const std::function<bool()> &condition, seconds limit = e2e::kAnswerLimit) {
+  const auto deadline = steady_clock::now() + limit;
+  while (!condition()) {
+    if (steady_clock::now() > deadline) return false;
+    std::this_thread::sleep_for(milliseconds(5));
+  }
+  return true;
+}
+
+class ManagerLifeTest : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { directory = new e2e::RuntimeDirectory; }
+  static void TearDownTestSuite() { delete directory; }
+
+  static ChildProcess startManager() {
+    ChildProcess manager({ACL_TEST_MANAGER, "--verbose"}, logPath());
+    EXPECT_TRUE(eventually([] { return boardGetProcessState("acl") == kManagerUp; }));
+    return manager;
+  }
+  static void stop(ChildProcess &manager) {
+    manager.signal(SIGTERM);
+    EXPECT_EQ(manager.wait(), 0);
+  }
+  static std::string logPath() { return directory->path() + "/aclmgrd.log"; }
+  static std::string log() {
+    std::ostringstream text;
+    text << std::ifstream(logPath()).rdbuf();
+    return text.str();
+  }
+
+  static inline e2e::RuntimeDirectory *directory;
+};
+
+TEST_F(ManagerLifeTest, TheExamplePolicyGoesThroughItsLife) {
+  ChildProcess manager = startManager();
+  ChildProcess example({ACL_TEST_EXAMPLE}, directory->path() + "/example.log");
+  EXPECT_EQ(example.wait(), 0);
+  stop(manager);
+  EXPECT_NE(log().find("edge-in"), std::string::npos);
+  EXPECT_NE(log().find("CONDITION: TCP_FLAGS 0x10 MASK 0x10 "), std::string::npos);
+}
+
+TEST_F(ManagerLifeTest, TheExampleFailsLoudlyWithoutAManager) {
+  ChildProcess example({ACL_TEST_EXAMPLE}, directory->path() + "/alone.log");
+  EXPECT_EQ(example.wait(), 1);
+}
+
+TEST_F(ManagerLifeTest, FiftyClientsAreServedAtOnce) {
+  ChildProcess manager = startManager();
+  std::vector<ChildProcess> clients;
+  for (int i = 0; i < 50; ++i) {
+    clients.emplace_back(
+        std::vector<std::string>{ACL_TEST_CLIENT, "client-" + std::to_string(i), "4"});
+  }
+  for (ChildProcess &client : clients) EXPECT_EQ(client.wait(), 0);
+  stop(manager);
+}
+
+TEST_F(ManagerLifeTest, APolicyOf60000RulesIsAccepted) {
+  ChildProcess manager({ACL_TEST_MANAGER}, logPath());
+  e2e::connectLibrary();
+  ASSERT_TRUE(e2e::announce("manager_life_test"));
+  ASSERT_EQ(e2e::takeAnswers(1).size(), 1U);
+  const AclPolicyHandle policy = e2e::buildPolicy("sixty-thousand", 60000);
+  ASSERT_EQ(aclLibAddPolicy(policy), 0);
+  const auto answers = e2e::takeAnswers(1);
+  ASSERT_EQ(answers.size(), 1U);
+  EXPECT_EQ(answers[0].code, 0x2001);
+  EXPECT_EQ(answers[0].status, 0);
+  stop(manager);
+  ASSERT_TRUE(eventually([] { return aclPeerId == 0; }));
+}
+
+TEST_F(ManagerLifeTest, AClientIsToldOfTheManagersDeathAndServedAfterItsReturn) {
+  e2e::connectLibrary();
+  for (int round = 0; round < 3; ++round) {
+    ChildProcess manager = startManager();
+    ASSERT_TRUE(eventually([] { return __atomic_load_n(&aclPeerId, __ATOMIC_ACQUIRE) != 0; }));
+    ASSERT_TRUE(e2e::announce("manager_life_test"));
+    ASSERT_EQ(e2e::takeAnswers(1).size(), 1U);
+
+    const AclPolicyHandle policy = e2e::buildPolicy("flowing", 10);
+    std::thread killer([&] {
+      std::this_thread::sleep_for(milliseconds(20));
+      manager.signal(SIGKILL);
+    });
+    std::size_t sent = 0;
+    while (aclLibUnconfigPolicy(policy, 1, 1, 0, nullptr) == 0) ++sent;
+    killer.join();
+    EXPECT_EQ(manager.wait(), 128 + SIGKILL);
+    EXPECT_GT(sent, 0U);
+    EXPECT_TRUE(eventually([] { return __atomic_load_n(&aclPeerId, __ATOMIC_ACQUIRE) == 0; }));
+    EXPECT_EQ(boardGetProcessState("acl"), 0);
+    e2e::takeAnswers(sent, seconds(1));  // those that came before its death
+    e2e::takeAnswers(100000, seconds(0));
+  }
+}
+
+}  // namespace
