@@ -228,7 +228,7 @@ int main(void) {
   aclLibDumpRules(policy);
 
   /* The connection comes up in the background: announce the process until that succeeds. */
-  const struct timespec pause = {0, 10 * 1000 * 1000};
+  const struct timespec pause = {0, 10L * 1000 * 1000};
   int tries = ANSWER_SECONDS * 100;
   while (aclLibSendProcessInfo("edge_policy") != 0) {
     if (--tries == 0) {

@@ -131,11 +131,13 @@ SWITCH_API AclPolicyHandle aclLibNewPolicy(const char *name) SWITCH_NOEXCEPT;
 
 /*
  * Opens a new rule behind the policy's last one, which is closed by it.
- *   name    NUL-terminated, its first 32 characters are kept; null: "def-rule-<number of the rule>"
+ *   name    NUL-terminated, its first 32 characters are kept; not inside this policy's ruleBuffer,
+ *           which may move; null: "def-rule-<number of the rule>"
  *   ruleId  the rule's index, and the rule handle of the calls below
- * Returns ruleId; -1 when memory is exhausted (nothing changed); -2 for an invalid handle.
- * A rule's record must stay within 512 bytes; longer ones are not refused, and beyond 1023 bytes
- * their lengths wrap.
+ * Returns ruleId; -1 when memory is exhausted or the rules would pass 4 GiB (nothing changed); -2
+ * for an invalid handle.
+ * A rule's record should stay within 512 bytes. Longer ones are neither refused nor unsafe, but the
+ * lengths in a record have 10 bits: beyond 1023 bytes they wrap, and the rule is garbled.
  */
 SWITCH_API int32_t aclLibNewRule(AclPolicyHandle policy, const char *name,
                                  uint32_t ruleId) SWITCH_NOEXCEPT;
@@ -149,8 +151,8 @@ SWITCH_API void aclEncodeInitRule(void *ruleRecord) SWITCH_NOEXCEPT;
 /*
  * Closes the last rule and gives spare memory back. To be called once, after the last rule: the
  * rule stays open, so that a second call, or opening another rule, counts its length again. Returns
- * 0, also when no rule is open, whatever the handle; -1 when memory is exhausted (nothing changed);
- * -2 for an invalid handle.
+ * 0, also when no rule is open, whatever the handle; -1 when memory is exhausted or the rules would
+ * pass 4 GiB (nothing changed; only where more than bufferSize is used); -2 for an invalid handle.
  */
 SWITCH_API int32_t aclLibEndRule(AclPolicyHandle policy) SWITCH_NOEXCEPT;
 
@@ -513,7 +515,10 @@ SWITCH_API int32_t aclLibConfigActionDoNotLearn(AclPolicyHandle policy,
 /* Creates an unconnected handle. Returns it, owned by the caller; null when memory is exhausted. */
 SWITCH_API TransHandle *transHandleCreate(void) SWITCH_NOEXCEPT;
 
-/* Frees a handle and its packet; requests that were not sent are lost. Null is a no-op. */
+/*
+ * Frees a handle and its packet; requests that were not sent are lost. Null is a no-op. No other
+ * thread may be using the handle.
+ */
 SWITCH_API void transHandleFree(TransHandle *handle) SWITCH_NOEXCEPT;
 
 /* Gives the handle its peer; 0 takes it away. Requests already appended are kept. Returns 0. */
@@ -522,11 +527,14 @@ SWITCH_API int32_t transHandleSetPeer(TransHandle *handle, uint32_t peerId) SWIT
 /*
  * Appends one object, sending the packet first when the object does not fit.
  *   type    TLV object type
- *   data    `length` bytes, copied
- *   length  bytes, at most 65535; a longer object is dropped
+ *   data    `length` bytes, copied; may be null when length is 0
+ *   length  bytes; an object of more than 65535 is dropped without an error
  *   flush   non-zero: send the packet at once
- * Returns 0 when the object was appended (and sent, where asked for); -1 without a peer; or the
- * negative result of the messaging service: -1 and -115 drop the packet with every request in it.
+ * Returns 0 when the object was appended (and sent, where asked for), also when the packet is
+ * queued; -1 without a peer and -2 for null data with a length, with nothing appended; or the
+ * negative result of the messaging service, where -1 and -115 have dropped the packet with every
+ * request in it. When one call sends twice, the result is that of the second packet. Aborts when
+ * there is no memory for a new packet.
  */
 SWITCH_API int32_t transHandleSend(TransHandle *handle, uint16_t type, const void *data,
                                    uint32_t length, int32_t flush) SWITCH_NOEXCEPT;
@@ -534,7 +542,8 @@ SWITCH_API int32_t transHandleSend(TransHandle *handle, uint16_t type, const voi
 /*
  * Sends what has been appended.
  * Returns 0 when nothing had been; -1 without a peer; otherwise the messaging service's result as
- * it is: a positive byte count, -116 for a packet that was queued, or a failure.
+ * it is: a positive byte count, -116 for a packet that was queued, or a failure (-1 and -115 have
+ * dropped the packet). Aborts when there is no memory for a new packet.
  */
 SWITCH_API int32_t transHandleCommit(TransHandle *handle) SWITCH_NOEXCEPT;
 
@@ -554,21 +563,24 @@ SWITCH_API extern TransHandle *aclHandle;
 /* ---- Start-up and connection ----------------------------------------------------------------- */
 
 /*
- * Initialises the policy lock and the trace buffer. May be called again. Returns 0; -1 when the
- * lock cannot be initialised. aclLibConnect() calls it.
+ * Initialises the policy lock and opens the trace buffer. May be called again while no thread holds
+ * the lock. Returns 0, also without a trace buffer; -1 when the lock cannot be initialised (the
+ * trace buffer is then not opened). aclLibConnect() calls it.
  */
 SWITCH_API int32_t aclLibInit(void) SWITCH_NOEXCEPT;
 
 /*
  * Makes the library usable: to be called once per process, before any other call that sends. The
- * connection comes up later; until then requests return -1.
+ * connection comes up later; until then requests return -1. A second call makes a second handle;
+ * the first one is never freed.
  *   callback  told about every answer; null for none
- * Returns the result of aclLibInitClients().
+ * Returns the result of aclLibInitClients(). Without memory for aclHandle the result is not
+ * different, and every request returns -1.
  */
 SWITCH_API int32_t aclLibConnect(AclMsgCallback callback) SWITCH_NOEXCEPT;
 
 /*
- * Registers the process as a client of the ACL manager.
+ * Registers the process as a client of the ACL manager, with aclLibCallback() as its receive entry.
  *   ignored  not used
  *   handler  told about the connection; null keeps the handler there is
  * Returns 0 (also when the dispatcher does not take the registration yet: it is repeated every
@@ -607,9 +619,9 @@ SWITCH_API extern uint32_t aclTraceBufferHandle; /* trace buffer "acl", 0 before
 SWITCH_API extern AclConnectionHandler aclConnectionHandler;
 SWITCH_API extern AclMsgCallback aclMsgCallback;
 
-#ifdef PTHREAD_RWLOCK_INITIALIZER /* strict C has the type only when _POSIX_C_SOURCE asks for it \
-                                   */
-/* Guards the policy store. */
+/* Guards the policy store; usable before aclLibInit() too. Strict C has its type only where
+ * _POSIX_C_SOURCE asks for it. */
+#ifdef PTHREAD_RWLOCK_INITIALIZER
 SWITCH_API extern pthread_rwlock_t aclPolicyLock;
 #endif
 
@@ -636,7 +648,8 @@ SWITCH_API int32_t aclLibRefreshPolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
 /*
  * Applies a policy to a port and VLAN; a policy that was never configured is downloaded first.
  *   applyFlags  0 or 2; with any other bit the result is -2 and nothing but that download is sent
- * Returns the result of the send.
+ * Returns the result of the send. The download's own result is ignored, and the policy counts as
+ * downloaded from then on.
  */
 SWITCH_API int32_t aclLibConfigPolicy(AclPolicyHandle policy, uint32_t vlan, uint32_t port,
                                       uint32_t applyFlags, const void *header) SWITCH_NOEXCEPT;
@@ -655,7 +668,8 @@ SWITCH_API int32_t aclLibDeletePolicy(AclPolicyHandle policy, const void *header
  * Sends a policy's rules in chunks of at most 7872 bytes, each behind a head of 652 bytes.
  *   code  message code: 0x2001 add, 0x2003 refresh
  *   send  called once per chunk as send(0x1002, body, length); its results are ignored
- * Returns 0; -1 when memory is exhausted; -2 for an invalid handle (without a message).
+ * Returns 0; -1 when memory is exhausted; -2 for an invalid handle (without a message) or a null
+ * send function.
  */
 SWITCH_API int32_t aclSendPolicy(AclPolicyHandle policy, uint16_t code,
                                  AclSendFn send) SWITCH_NOEXCEPT;
@@ -668,7 +682,8 @@ SWITCH_API int32_t aclSendPolicy(AclPolicyHandle policy, uint16_t code,
  *   rules        `rulesLength` bytes of encoded rules, copied; may be null when rulesLength is 0
  *   rulesLength  bytes; the length given to `send` is 652 more, cut to 16 bits
  *   send         called once as send(0x1002, body, length)
- * Returns what `send` returned; -1 when memory is exhausted.
+ * Returns what `send` returned; -1 when memory is exhausted; -2 for a null send function or null
+ * rules with a length.
  */
 SWITCH_API int32_t aclSendModifyRule(const char *name, uint32_t arg1, uint32_t arg2,
                                      uint8_t arg8bit, uint32_t arg3, const void *rules,
@@ -683,9 +698,9 @@ SWITCH_API int32_t aclSendModifyRule(const char *name, uint32_t arg1, uint32_t a
  *          0x10: print it on standard output as well, when printLevel allows; 0x40: push it to the
  *          management CLI as well, when one is set
  *   text   NUL-terminated; an empty one writes nothing; null is treated as empty
- * Returns text. The trace buffer receives the text, standard output the text behind "***Critical:
- * ",
- * "***Error: " or "***Warning: " for levels 1 to 3. Thread-safe.
+ * Returns text. The trace buffer and the CLI receive the text as it is; on standard output the
+ * lines of levels 1 to 3 stand behind their prefix: "***Critical: ", "***Error: ", "***Warning: ".
+ * Level-8 lines reach the trace buffer only with a debugLevel of 3 or more. Thread-safe.
  */
 SWITCH_API const char *aclTrace(uint32_t flags, const char *text) SWITCH_NOEXCEPT;
 
@@ -721,7 +736,7 @@ SWITCH_API void aclMsgHandler(uint32_t peer, PktBuf *buffer, int32_t length,
  * The receive entry registered with the dispatcher: connection events and messages.
  *   packet  owned by this call; freed after a message was handled
  *   length  bytes of a message, or an event: -121 connected, -112 lost, -111 and -999 ignored; any
- *           other length below 1 aborts the process
+ *           other length below 1 aborts the process. Packets that come with an event are not freed.
  */
 SWITCH_API void aclLibCallback(uint32_t service, void *context, uint32_t peer, PktBuf *packet,
                                int32_t length) SWITCH_NOEXCEPT;

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <span>
 #include <string>
@@ -94,7 +95,7 @@ class Daemon final : public aclmgr::Connections {
                             static_cast<std::uint32_t>(packet.size())) != kQueueFull;
   }
 
-  void disconnect(std::uint32_t connection) override {
+  void disconnect(std::uint32_t connection) noexcept override {
     swplatServerDisconnect(server_.get(), connection);
   }
 
@@ -103,31 +104,32 @@ class Daemon final : public aclmgr::Connections {
   ServerOwner server_;  // behind the manager, since closing it may still call the handlers
 };
 
-int cannotServe(aclmgr::RequestLog &log, std::uint32_t slot) {
-  const int error = errno;
-  log.notice(error == EADDRINUSE ? fmt::format("another ACL manager already serves slot {}", slot)
-                                 : fmt::format("cannot serve slot {} in {}: {}", slot,
-                                               swplatRuntimeDirectory(), std::strerror(error)));
+// Tells what could not be done and why.
+int cannotServe(aclmgr::RequestLog &log, const std::string &what) {
+  log.notice(fmt::format("cannot {}: {}", what, std::strerror(errno)));
   return kCannotServe;
 }
 
 int serve(const Options &options) {
   aclmgr::RequestLog log(options.verbose ? stdout : nullptr, stderr);
   Daemon daemon(log);
-  if (!daemon.open(options.slot)) return cannotServe(log, options.slot);
-  if (swplatPublishProcessState(kComponent, kServingState) != 0) {
-    return cannotServe(log, options.slot);
+  const std::string place = fmt::format("slot {} in {}", options.slot, swplatRuntimeDirectory());
+  if (!daemon.open(options.slot)) {
+    if (errno != EADDRINUSE) return cannotServe(log, "serve " + place);
+    log.notice("another ACL manager already serves " + place);
+    return kCannotServe;
   }
-  log.notice(fmt::format("serving slot {} in {}", options.slot, swplatRuntimeDirectory()));
-  if (!daemon.run()) return cannotServe(log, options.slot);
+  if (swplatPublishProcessState(kComponent, kServingState) != 0) {
+    return cannotServe(log, "publish the process state");
+  }
+  log.notice("serving " + place);
+  if (!daemon.run()) return cannotServe(log, "go on serving");
   swplatPublishProcessState(kComponent, 0);
   log.notice("stopped");
   return kStopped;
 }
 
-}  // namespace
-
-int main(int argumentCount, char **arguments) {
+int parseAndServe(int argumentCount, char **arguments) {
   CLI::App app{"Serves the access-control lists of one slot of the switch."};
   Options options{.slot = boardGetSlotSelf()};
   app.set_version_flag("--version", "aclmgrd " ACLMGR_VERSION);
@@ -140,4 +142,15 @@ int main(int argumentCount, char **arguments) {
     return app.exit(error) == 0 ? kStopped : kBadArguments;
   }
   return serve(options);
+}
+
+}  // namespace
+
+int main(int argumentCount, char **arguments) {
+  try {
+    return parseAndServe(argumentCount, arguments);
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "aclmgrd: %s\n", error.what());
+    return kCannotServe;
+  }
 }

@@ -82,6 +82,8 @@ void handleReply(void *body) noexcept {
 }  // namespace
 }  // namespace acl
 
+extern "C" {
+
 void aclLibCallback(std::uint32_t /*service*/, void * /*context*/, std::uint32_t peer,
                     PktBuf *packet, std::int32_t length) noexcept {
   if (length < 1) {
@@ -105,3 +107,5 @@ void aclMsgHandler(std::uint32_t /*peer*/, PktBuf *buffer, std::int32_t length,
     if (type == acl::kTlvReply && bodyLength >= acl::kMessageCodeWidth) acl::handleReply(body);
   }
 }
+
+}  // extern "C"

@@ -43,6 +43,8 @@ const AclTraceState &settings() noexcept {
   return *loadShared(aclState);
 }
 
+// What is too verbose for the trace buffer may still be printed and pushed: those have gates of
+// their own.
 void writeToBuffer(std::uint32_t level, const char *text, std::int32_t debugLevel) noexcept {
   if (level == kVerboseLevel && debugLevel < kVerboseDebugLevel) return;
   const std::uint32_t buffer = loadShared(aclTraceBufferHandle);
@@ -52,6 +54,8 @@ void writeToBuffer(std::uint32_t level, const char *text, std::int32_t debugLeve
 
 }  // namespace
 }  // namespace acl
+
+extern "C" {
 
 const char *aclTrace(std::uint32_t flags, const char *text) noexcept {
   const AclTraceState &settings = acl::settings();
@@ -66,3 +70,5 @@ const char *aclTrace(std::uint32_t flags, const char *text) noexcept {
   if ((flags & acl::kPushToCli) != 0 && cliHandle != 0) cliagentNotifyCLI(cliHandle, text);
   return text;
 }
+
+}  // extern "C"

@@ -42,11 +42,11 @@ constexpr std::size_t kSlotsPerPolicy = 4;
 
 // The first table is part of the library, so that there always is one.
 constinit std::array<Slot, std::size_t{1} << kFirstTableBits> firstSlots{};
-constinit const Table firstTable{firstSlots.data(), kFirstTableBits, nullptr};
+constinit const Table kFirstTable{firstSlots.data(), kFirstTableBits, nullptr};
 
 // Replaced tables are never freed, since a reader may still be in one; each is a quarter of the
 // next.
-constinit std::atomic<const Table *> currentTable = &firstTable;
+constinit std::atomic<const Table *> currentTable = &kFirstTable;
 
 constinit std::mutex writerMutex;  // guards the writing of front and tables, and policyCount
 constinit std::size_t policyCount = 0;

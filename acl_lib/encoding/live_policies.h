@@ -12,7 +12,6 @@
 
 #include <array>
 #include <atomic>
-#include <climits>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,13 +19,10 @@
 
 namespace acl {
 
-// Spreads handles, which lie at regular distances, over 1 << `bits` hash values (the multiplier is
-// the golden ratio's fraction). The hash of 0 is 0.
+// Spreads handles, which lie at regular distances, over 1 << `bits` hash values, 32 bits at most
+// (the multiplier is the golden ratio's fraction). The hash of 0 is 0.
 inline std::size_t hashOfHandle(std::uintptr_t handle, unsigned bits) noexcept {
-  constexpr unsigned kHandleBits = sizeof(handle) * CHAR_BIT;
-  constexpr auto kMultiplier =
-      static_cast<std::uintptr_t>(std::uint64_t{0x9E3779B97F4A7C15} >> (64 - kHandleBits));
-  return static_cast<std::size_t>(handle * kMultiplier >> (kHandleBits - bits));
+  return static_cast<std::uint32_t>(handle) * std::uint32_t{0x9E3779B9} >> (32 - bits);
 }
 
 // The front. Slot 0 is never used and never 0, so that the null handle, which belongs there, is not

@@ -85,10 +85,15 @@ class RuleWord {
       (kRuleHeaderSize << kActionOffsetShift) | kRuleHeaderSize;
   static_assert(kEmptyRecord == 0xC030);
 
-  // Adds to both lengths at once. Their top bits are added without carry, by exclusive or, so that
-  // neither length runs into its neighbour: each wraps by itself and the other bits stay.
+  // Adds to both lengths at once. In a record under 512 bytes no length can wrap and a plain sum
+  // will do: each entry waits for the word of the one before it, so that every step counts.
+  // Otherwise the top bits are added without carry, by exclusive or: each length wraps by itself.
   constexpr void addToLengths(std::uint32_t sizes) noexcept {
-    bits_ = ((bits_ & ~kTopBits) + (sizes & ~kTopBits)) ^ ((bits_ ^ sizes) & kTopBits);
+    if (((bits_ | sizes) & kTopBits) == 0) [[likely]] {
+      bits_ += sizes;
+    } else {
+      bits_ = ((bits_ & ~kTopBits) + (sizes & ~kTopBits)) ^ ((bits_ ^ sizes) & kTopBits);
+    }
   }
 
   std::uint32_t bits_;
@@ -104,8 +109,8 @@ struct EntryHeader {
             loadBig<std::uint16_t>(entry + kEntryLengthOffset)};
   }
   void storeTo(std::byte *entry) const noexcept {
-    storeBig(entry + kEntryTypeOffset, type);
-    storeBig(entry + kEntryLengthOffset, length);
+    // Both numbers in one store, which compilers turn into one constant where they can.
+    storeBig(entry, std::uint32_t{type} << 16 | length);
   }
   constexpr std::uint32_t size() const noexcept { return kEntryHeaderSize + length; }
 };

@@ -13,11 +13,14 @@
 #include "acl_lib/policy/policy_bodies.h"
 #include "acl_lib/transport/message_codes.h"
 
+extern "C" {
+
 std::int32_t aclSendModifyRule(const char *name, std::uint32_t arg1, std::uint32_t arg2,
                                std::uint8_t arg8bit, std::uint32_t arg3, const void *rules,
                                std::uint32_t rulesLength, const void *header,
                                AclSendFn send) noexcept {
   using Body = acl::ModifyRuleBody;
+  if (send == nullptr || (rules == nullptr && rulesLength != 0)) return acl::kInvalidArgument;
   // 64 bits wide: the longest rules and the head do not fit into the size type of a 32-bit target.
   const std::uint64_t size = std::uint64_t{Body::size} + rulesLength;
   if (size > std::numeric_limits<std::ptrdiff_t>::max()) return acl::kNoMemory;
@@ -37,3 +40,5 @@ std::int32_t aclSendModifyRule(const char *name, std::uint32_t arg1, std::uint32
   // Never in chunks, whatever the length: the length that travels is cut to 16 bits.
   return send(acl::kTlvRequest, request.get(), static_cast<std::uint16_t>(size));
 }
+
+}  // extern "C"

@@ -67,9 +67,12 @@ std::int32_t download(AclPolicyHandle policy, std::uint16_t code, const char *ca
 }  // namespace
 }  // namespace acl
 
+extern "C" {
+
 std::int32_t aclSendPolicy(AclPolicyHandle policy, std::uint16_t code, AclSendFn send) noexcept {
   const AclPolicy *record = acl::findPolicy(policy);
-  return record == nullptr ? acl::kInvalidArgument : acl::sendChunks(*record, code, send);
+  if (record == nullptr || send == nullptr) return acl::kInvalidArgument;
+  return acl::sendChunks(*record, code, send);
 }
 
 std::int32_t aclLibAddPolicy(AclPolicyHandle policy) noexcept {
@@ -79,3 +82,5 @@ std::int32_t aclLibAddPolicy(AclPolicyHandle policy) noexcept {
 std::int32_t aclLibRefreshPolicy(AclPolicyHandle policy) noexcept {
   return acl::download(policy, acl::kMsgRefreshPolicy, "aclLibRefreshPolicy");
 }
+
+}  // extern "C"

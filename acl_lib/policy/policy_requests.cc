@@ -45,6 +45,8 @@ std::int32_t sendBinding(const AclPolicy &policy, std::uint16_t code, const Bind
 }  // namespace
 }  // namespace acl
 
+extern "C" {
+
 std::int32_t aclLibConfigPolicy(AclPolicyHandle policy, std::uint32_t vlan, std::uint32_t port,
                                 std::uint32_t applyFlags, const void *header) noexcept {
   AclPolicy *record = acl::checkPolicy(policy, "aclLibConfigPolicy");
@@ -76,3 +78,5 @@ std::int32_t aclLibDeletePolicy(AclPolicyHandle policy, const void *header) noex
   body.put(Body::policyName, record->policyName);
   return aclLibSendMsg(acl::kTlvRequest, bytes.data(), bytes.size());
 }
+
+}  // extern "C"

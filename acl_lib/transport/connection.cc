@@ -44,8 +44,9 @@ void setText(char (&field)[Width], const char *text) noexcept {
   copyText(reinterpret_cast<std::byte *>(field), Width, text);
 }
 
-// A work item's routine: registers a DispatchClientRecord, which it owns, with the dispatcher. As
-// long as the dispatcher does not take it, the record stays with the next run.
+// A work item's routine: registers a DispatchClientRecord, which it owns, with the dispatcher.
+// While the dispatcher does not take it, the record stays with the next run; it is freed when it is
+// taken, or when no next run can be scheduled.
 void registerClient(void *record, void *unused) noexcept {
   if (dispatchAddClient(static_cast<const DispatchClientRecord *>(record), nullptr) != 0 &&
       dispatchExecuteWorkItem(registerClient, record, unused, &kRegistrationPause, 1) != 0) {
@@ -57,6 +58,8 @@ void registerClient(void *record, void *unused) noexcept {
 }  // namespace
 }  // namespace acl
 
+extern "C" {
+
 std::int32_t aclLibInit() noexcept {
   if (pthread_rwlock_init(&aclPolicyLock, nullptr) != 0) return -1;
   acl::storeShared(aclTraceBufferHandle,
@@ -65,11 +68,12 @@ std::int32_t aclLibInit() noexcept {
 }
 
 std::int32_t aclLibConnect(AclMsgCallback callback) noexcept {
-  // A library without its lock or its trace buffer still sends and receives: no result is looked
+  // Without its lock or its trace buffer the library still sends and receives: no result is looked
   // at.
   aclLibInit();
   acl::storeShared(aclMsgCallback, callback);
-  // Nor is a missing handle an error here: every later send returns -1.
+  // Nor is a missing handle an error here: every later send returns -1. A handle of an earlier call
+  // is not freed, as other threads may be sending through it.
   acl::storeShared(aclHandle, transHandleCreate());
   return aclLibInitClients(nullptr, aclLibConnectionEvent);
 }
@@ -85,6 +89,7 @@ std::int32_t aclLibInitClients(void * /*ignored*/, AclConnectionHandler handler)
   acl::setText(record->callbackName, "aclLibCallback");
   record->slot = static_cast<std::uint8_t>(boardGetSlotSelf());
   acl::setText(record->name, acl::kComponent);
+  // A dispatcher that does not take the client yet is no failure of this call.
   acl::registerClient(record, nullptr);
   return 0;
 }
@@ -117,3 +122,5 @@ std::int32_t aclLibPeerIdCurrentQueueSize() noexcept {
   const std::int32_t count = msgbusGetVqStatsCount(acl::loadShared(handle->peerId));
   return count >= 0 ? count : acl::kFullQueue;
 }
+
+}  // extern "C"

@@ -8,6 +8,8 @@
 #include "acl_lib/transport/message_codes.h"
 #include "acl_lib/transport/process_info_bodies.h"
 
+extern "C" {
+
 std::int32_t aclLibSendProcessInfo(const char *name) noexcept {
   using Body = acl::ProcessInfoBody;
   std::array<std::byte, Body::size> bytes;
@@ -16,3 +18,5 @@ std::int32_t aclLibSendProcessInfo(const char *name) noexcept {
   body.put(Body::processName, name);
   return aclLibSendMsg(acl::kTlvRequest, bytes.data(), bytes.size());
 }
+
+}  // extern "C"

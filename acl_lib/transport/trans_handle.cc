@@ -22,6 +22,9 @@ constexpr std::uint32_t kPacketToSend = 1;
 
 constexpr std::int64_t kObjectHeaderSize = 4;
 
+// Result for a length without data.
+constexpr std::int32_t kNoData = -2;
+
 class HandleLock {
  public:
   explicit HandleLock(TransHandle &handle) noexcept : mutex_(handle.lock) {
@@ -83,6 +86,8 @@ std::int32_t flushPacket(TransHandle &handle) noexcept {
 }  // namespace
 }  // namespace acl
 
+extern "C" {
+
 TransHandle *transHandleCreate() noexcept {
   auto *handle = static_cast<TransHandle *>(std::calloc(1, sizeof(TransHandle)));
   if (handle == nullptr) return nullptr;
@@ -113,6 +118,7 @@ std::int32_t transHandleSetPeer(TransHandle *handle, std::uint32_t peerId) noexc
 std::int32_t transHandleSend(TransHandle *handle, std::uint16_t type, const void *data,
                              std::uint32_t length, std::int32_t flush) noexcept {
   TransHandle &target = acl::checkedHandle(handle);
+  if (data == nullptr && length != 0) return acl::kNoData;
   const acl::HandleLock lock(target);
   if (!acl::hasPeer(target) || target.packet == nullptr) return -1;
   std::int32_t result = 0;
@@ -121,6 +127,7 @@ std::int32_t transHandleSend(TransHandle *handle, std::uint16_t type, const void
   if (acl::room(target) < acl::objectSize(length)) result = acl::flushPacket(target);
   // Refuses only what no packet can hold.
   tlvAddObject(&target.builder, data, type, length);
+  // Of two packets the second one's result is returned: it is the one that carries this request.
   if (flush != 0) result = acl::flushPacket(target);
   return result > 0 || result == MSGBUS_QUEUED ? 0 : result;
 }
@@ -130,6 +137,7 @@ std::int32_t transHandleCommit(TransHandle *handle) noexcept {
   const acl::HandleLock lock(target);
   if (!acl::hasPeer(target) || target.packet == nullptr) return -1;
   if (acl::usedLength(target) == 0) return 0;
+  // As it is, unlike transHandleSend(): who commits is told of a packet that has to wait.
   return acl::flushPacket(target);
 }
 
@@ -143,3 +151,5 @@ std::int32_t aclLibSendMsg2(std::uint16_t type, const void *data, std::uint16_t 
   if (handle == nullptr) return -1;
   return transHandleSend(handle, type, data, length, flush);
 }
+
+}  // extern "C"

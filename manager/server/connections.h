@@ -18,7 +18,7 @@ class Connections {
   virtual bool send(std::uint32_t connection, std::span<const std::byte> packet) = 0;
 
   // Closes a connection. Manager::disconnected() follows, now or later.
-  virtual void disconnect(std::uint32_t connection) = 0;
+  virtual void disconnect(std::uint32_t connection) noexcept = 0;
 };
 
 }  // namespace aclmgr

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <exception>
 #include <new>
 #include <optional>
 #include <string>
@@ -30,7 +31,7 @@ std::optional<Answer> carryOut(const Handler &handler, ManagerState &state, cons
 void Manager::connected(std::uint32_t connection, Peer peer) noexcept {
   try {
     state_.peers.add(connection, std::move(peer));
-  } catch (const std::bad_alloc &) {
+  } catch (const std::exception &) {
     connections_.disconnect(connection);
   }
 }
@@ -38,7 +39,7 @@ void Manager::connected(std::uint32_t connection, Peer peer) noexcept {
 void Manager::received(std::uint32_t connection, std::span<const std::byte> packet) noexcept {
   try {
     serve(connection, packet);
-  } catch (const std::bad_alloc &) {  // not even a refusal can be answered
+  } catch (const std::exception &) {  // out of memory: not even a refusal can be answered
     connections_.disconnect(connection);
   }
 }

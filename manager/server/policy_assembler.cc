@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <iterator>
+#include <new>
 
 namespace aclmgr {
 namespace {
@@ -73,7 +74,12 @@ Outcome<std::optional<std::vector<std::byte>>> PolicyAssembler::take(
     partials_.erase(found);
     return outOfOrder(std::move(problem));
   }
-  partial.bytes.insert(partial.bytes.end(), chunk.chunk.begin(), chunk.chunk.end());
+  try {
+    partial.bytes.insert(partial.bytes.end(), chunk.chunk.begin(), chunk.chunk.end());
+  } catch (const std::bad_alloc &) {
+    partials_.erase(found);
+    throw;
+  }
   if (partial.bytes.size() < partial.totalLength) return {std::nullopt};
   std::optional<std::vector<std::byte>> whole = std::move(partial.bytes);
   partials_.erase(found);

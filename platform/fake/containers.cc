@@ -44,7 +44,7 @@ std::int32_t kvtreeDelete(void *node, KvNode **root) noexcept {
 }
 
 void *kvtreeFirst(KvNode **root) noexcept {
-  FunctionCall("kvtreeFirst", root);
+  FunctionCall call("kvtreeFirst", root);
   return swplat::tree::first(*root);
 }
 

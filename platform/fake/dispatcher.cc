@@ -46,7 +46,11 @@ std::optional<WorkItem> takeDueRun(std::uint64_t time) {
   const WorkItem run = *next;
   access.model().now = std::max(access.model().now, run.due);
   next->due += next->delay;
-  if (next->runsLeft > 0 && --next->runsLeft == 0) work.erase(next);
+  if (next->runsLeft == 1) {
+    work.erase(next);
+  } else if (next->runsLeft > 1) {
+    --next->runsLeft;
+  }
   return run;
 }
 

@@ -18,7 +18,7 @@
 
 namespace swplat_fake {
 
-enum class PacketState { owned, accepted, freed };
+enum class PacketState { kOwned, kAccepted, kFreed };
 
 // A packet's header outlives its data: headers are never used twice between two resets, so that a
 // second pktbufFree() is recognised.
@@ -118,8 +118,10 @@ class Access {
 
  protected:
   explicit Access(std::defer_lock_t tag) : lock_(state().mutex, tag) {}
+  // NOLINTBEGIN(misc-non-private-member-variables-in-classes): FunctionCall locks later
   AllocationExemption exemption_;
   std::unique_lock<std::mutex> lock_;
+  // NOLINTEND(misc-non-private-member-variables-in-classes)
 };
 
 // The same by one call of a platform function: runs the function's hook, then locks and records.

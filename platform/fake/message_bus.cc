@@ -36,7 +36,7 @@ void acceptPacket(FunctionCall &call, std::uint32_t peerId, Packet &packet, std:
   const auto *data = reinterpret_cast<const std::byte *>(packet.header.data);
   call.record().sentPackets.push_back({peerId, flags, Bytes(data, data + packet.header.length)});
   call.model().justAccepted[std::this_thread::get_id()] = &packet.header;
-  retirePacket(packet, PacketState::accepted);
+  retirePacket(packet, PacketState::kAccepted);
 }
 
 // Appends the objects of one packet. Returns false where it is no row of whole objects.

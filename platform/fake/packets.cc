@@ -27,8 +27,12 @@ Packet *findPacket(Model &model, const PktBuf *packet) {
   return found == model.packets.end() ? nullptr : found->second.get();
 }
 
-bool takeStranger(const PktBuf *packet) {
-  return state().strangers.erase(packet) > 0;
+// Frees a packet that its holder has owned since before the reset.
+bool freeStranger(const PktBuf *packet) {
+  const auto found = state().strangers.find(packet);
+  if (found == state().strangers.end() || found->second->state != PacketState::kOwned) return false;
+  retirePacket(*found->second, PacketState::kFreed);
+  return true;
 }
 
 // Tells whether this thread's latest bus call accepted exactly this packet.
@@ -47,7 +51,7 @@ PktBuf *makePacket(Model &model, std::uint32_t length, std::uint32_t headroom,
   const std::size_t front = (std::size_t{headroom} + 7) & ~std::size_t{7};  // data is 8-aligned
   const std::size_t size = front + length + tailroom;
   auto packet = std::make_unique<Packet>();
-  packet->state = PacketState::owned;
+  packet->state = PacketState::kOwned;
   packet->block = std::make_unique_for_overwrite<std::uint8_t[]>(size);
   std::memset(packet->block.get(), kFillByte, size);
   packet->header.data = packet->block.get() + front;
@@ -64,9 +68,9 @@ Packet *ownedPacket(Access &access, const char *function, const PktBuf *packet) 
     const auto stranger = state().strangers.find(packet);
     if (stranger != state().strangers.end()) found = stranger->second.get();
   }
-  if (found != nullptr && found->state == PacketState::owned) return found;
+  if (found != nullptr && found->state == PacketState::kOwned) return found;
   access.violation(std::string(function) + (found == nullptr ? ": unknown packet"
-                                            : found->state == PacketState::accepted
+                                            : found->state == PacketState::kAccepted
                                                 ? ": packet was accepted before"
                                                 : ": packet was freed before"));
   return nullptr;
@@ -80,7 +84,7 @@ void retirePacket(Packet &packet, PacketState state) {
 
 void releasePackets(State &state) {
   for (auto &[header, packet] : state.model.packets) {
-    if (packet->state == PacketState::owned) state.strangers[header] = std::move(packet);
+    if (packet->state == PacketState::kOwned) state.strangers[header] = std::move(packet);
   }
 }
 
@@ -100,7 +104,7 @@ std::size_t Platform::livePackets() const {
   Access access;
   return static_cast<std::size_t>(std::ranges::count_if(
       access.model().packets,
-      [](const auto &entry) { return entry.second->state == PacketState::owned; }));
+      [](const auto &entry) { return entry.second->state == PacketState::kOwned; }));
 }
 
 }  // namespace swplat_fake
@@ -130,8 +134,8 @@ void pktbufTrimPacket(PktBuf *packet, std::uint32_t length) noexcept {
 void pktbufFree(PktBuf *packet) noexcept {
   FunctionCall call("pktbufFree", packet);
   if (packet == nullptr || swplat_fake::takeAcknowledgement(call.model(), packet)) return;
-  if (swplat_fake::takeStranger(packet)) return;
+  if (swplat_fake::freeStranger(packet)) return;
   if (auto *owned = ownedPacket(call, "pktbufFree", packet)) {
-    retirePacket(*owned, PacketState::freed);
+    retirePacket(*owned, PacketState::kFreed);
   }
 }

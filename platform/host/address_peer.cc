@@ -47,7 +47,8 @@ int connectNow(Peer &peer) noexcept {
   return 0;
 }
 
-// One step of a peer's life. Returns the control code to deliver, 0 when there is nothing to do now.
+// One step of a peer's life. Returns the control code to deliver, 0 when there is nothing to do
+// now.
 int32_t nextStep(Peer &peer) {
   AddressPeerState &state = *peer.addressState;
   if (state.notice == 0 && state.link == Link::kDown && peer.keepAlive && connectNow(peer) != 0) {
@@ -102,8 +103,7 @@ int64_t receiveLeft(Peer &peer, PktBuf &packet) {
   if (state.leftToRead == nullptr) {
     return 0;
   }
-  const int64_t length =
-      tryReceive(state.leftToRead->number(), packet.data, packet.capacity);
+  const int64_t length = tryReceive(state.leftToRead->number(), packet.data, packet.capacity);
   if (length > 0) {
     return length;
   }

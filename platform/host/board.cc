@@ -16,11 +16,17 @@ uint32_t fact(uint32_t swplat::BoardFacts::*which) {
 
 extern "C" {
 
-uint32_t boardGetSlotSelf(void) noexcept { return fact(&swplat::BoardFacts::slot); }
+uint32_t boardGetSlotSelf(void) noexcept {
+  return fact(&swplat::BoardFacts::slot);
+}
 
-uint32_t boardGetChassisId(void) noexcept { return fact(&swplat::BoardFacts::chassis); }
+uint32_t boardGetChassisId(void) noexcept {
+  return fact(&swplat::BoardFacts::chassis);
+}
 
-uint32_t boardGetPlatformId(void) noexcept { return fact(&swplat::BoardFacts::platform); }
+uint32_t boardGetPlatformId(void) noexcept {
+  return fact(&swplat::BoardFacts::platform);
+}
 
 int32_t boardGetProcessState(const char *name) noexcept {
   return swplat::resultOr(int32_t{0}, [name] { return swplat::publishedProcessState(name); });

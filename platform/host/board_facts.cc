@@ -47,9 +47,8 @@ std::string_view trimmed(std::string_view text) {
 void setNumber(const NumberSetting &setting, const char *source, std::string_view text,
                BoardFacts &facts, std::vector<std::string> &complaints) {
   uint32_t number = 0;
-  const char *const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end || number > setting.largest) {
+  const auto [stop, error] = std::from_chars(text.begin(), text.end(), number);
+  if (error != std::errc() || stop != text.end() || number > setting.largest) {
     complaints.push_back(std::string(source) + ": \"" + std::string(text) +
                          "\" is not a number from 0 to " + std::to_string(setting.largest) +
                          "; ignored");

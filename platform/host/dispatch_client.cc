@@ -34,7 +34,9 @@ DispatchClient::DispatchClient(const DispatchClientRecord &record)
           {[](void *client, void *) { static_cast<DispatchClient *>(client)->attend(); }, this,
            nullptr})) {}
 
-DispatchClient::~DispatchClient() { Dispatcher::instance().work().discard(attendItem_); }
+DispatchClient::~DispatchClient() {
+  Dispatcher::instance().work().discard(attendItem_);
+}
 
 void DispatchClient::start() {
   Dispatcher::instance().work().arm(attendItem_, WorkQueue::Delay::zero());

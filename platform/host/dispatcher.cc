@@ -139,18 +139,17 @@ uint32_t dispatchExecuteWorkItem(DispatchRoutine routine, void *argument1, void 
   }
   return swplat::resultOr(uint32_t{0}, [&] {
     const swplat::WorkQueue::Delay pause =
-        delay == nullptr ? swplat::WorkQueue::Delay::zero()
-                         : std::chrono::seconds(delay->seconds) +
-                               std::chrono::microseconds(delay->fraction);
+        delay == nullptr
+            ? swplat::WorkQueue::Delay::zero()
+            : std::chrono::seconds(delay->seconds) + std::chrono::microseconds(delay->fraction);
     return swplat::Dispatcher::instance().work().schedule({routine, argument1, argument2}, pause,
                                                           count);
   });
 }
 
 int32_t dispatchWorkCancel(uint32_t item) noexcept {
-  return swplat::resultOr(int32_t{-1}, [item] {
-    return swplat::Dispatcher::instance().work().cancel(item) ? 0 : -1;
-  });
+  return swplat::resultOr(
+      int32_t{-1}, [item] { return swplat::Dispatcher::instance().work().cancel(item) ? 0 : -1; });
 }
 
 }  // extern "C"

@@ -120,9 +120,8 @@ uint32_t evlogInitTraceBuffer(const char *name, uint32_t size, uint32_t /*flags*
   if (!swplat::isBufferName(name) || size == 0) {
     return 0;
   }
-  return swplat::resultOr(uint32_t{0}, [name, size] {
-    return swplat::EventLog::instance().openBuffer(name, size);
-  });
+  return swplat::resultOr(
+      uint32_t{0}, [name, size] { return swplat::EventLog::instance().openBuffer(name, size); });
 }
 
 void evlogTraceLog(uint32_t handle, uint32_t level, const char *text, uint32_t length) noexcept {

@@ -12,7 +12,9 @@ int32_t kvtreeDelete(void *node, KvNode **root) noexcept {
   return swplat::tree::remove(static_cast<KvNode *>(node), *root);
 }
 
-void *kvtreeFirst(KvNode **root) noexcept { return swplat::tree::first(*root); }
+void *kvtreeFirst(KvNode **root) noexcept {
+  return swplat::tree::first(*root);
+}
 
 void *kvtreeNext(const void *node) noexcept {
   return swplat::tree::next(static_cast<const KvNode *>(node));

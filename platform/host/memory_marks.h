@@ -16,8 +16,12 @@
 namespace swplat {
 
 #ifdef ASAN_POISON_MEMORY_REGION
-inline void markUnused(const void *memory, size_t size) { ASAN_POISON_MEMORY_REGION(memory, size); }
-inline void markUsed(const void *memory, size_t size) { ASAN_UNPOISON_MEMORY_REGION(memory, size); }
+inline void markUnused(const void *memory, size_t size) {
+  ASAN_POISON_MEMORY_REGION(memory, size);
+}
+inline void markUsed(const void *memory, size_t size) {
+  ASAN_UNPOISON_MEMORY_REGION(memory, size);
+}
 #else
 inline void markUnused(const void * /*memory*/, size_t /*size*/) {}
 inline void markUsed(const void * /*memory*/, size_t /*size*/) {}

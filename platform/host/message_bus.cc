@@ -158,9 +158,8 @@ int32_t msgbusSend(uint32_t peerId, PktBuf *packet, uint32_t /*flags*/) noexcept
   if (packet == nullptr) {
     return MSGBUS_ERROR;
   }
-  const int32_t result = swplat::resultOr(int32_t{MSGBUS_ERROR}, [peerId, packet] {
-    return swplat::sendToPeer(peerId, *packet);
-  });
+  const int32_t result = swplat::resultOr(
+      int32_t{MSGBUS_ERROR}, [peerId, packet] { return swplat::sendToPeer(peerId, *packet); });
   if (result >= 0 || result == MSGBUS_QUEUED) {
     swplat::parkAcceptedPacket(packet);
   }

@@ -26,7 +26,7 @@ constexpr uint64_t kUsualHeadroom = 64;
 
 // A size of packets that is recycled.
 struct PacketClass {
-  uint64_t room;           // bytes behind the header: headroom, data and tailroom
+  uint32_t room;           // bytes behind the header: headroom, data and tailroom
   uint32_t keptByThread;   // packets that one thread keeps
   uint32_t keptByProcess;  // packets that the shared pool keeps
 };
@@ -34,16 +34,21 @@ struct PacketClass {
 constexpr std::array<PacketClass, 2> kClasses = {{
     // What is sent: a packet of up to 8 KiB, and any TLV object behind it.
     {aligned(kUsualHeadroom + 8192 + PKTBUF_TAILROOM), 8, 256},
-    // What is received: any packet of the bus. Memory that no packet has filled yet is not resident.
+    // What is received: any packet of the bus. Memory that no packet has filled yet is not
+    // resident.
     {aligned(kUsualHeadroom + kLargestPacket), 8, 32},
 }};
 
 constexpr uint32_t kNoClass = kClasses.size();
 
 // PktBuf::platform[0] holds the packet's class, kNoClass when it is not recycled.
-uint32_t &classOf(PktBuf &packet) { return packet.platform[0]; }
+uint32_t &classOf(PktBuf &packet) {
+  return packet.platform[0];
+}
 
-uint8_t *roomOf(PktBuf &packet) { return reinterpret_cast<uint8_t *>(&packet) + kHeader; }
+uint8_t *roomOf(PktBuf &packet) {
+  return reinterpret_cast<uint8_t *>(&packet) + kHeader;
+}
 
 // A stack of packets, linked through themselves.
 struct PacketStack {
@@ -218,7 +223,8 @@ void recyclePacket(PktBuf *packet) noexcept {
 
 void parkAcceptedPacket(PktBuf *packet) noexcept {
   reclaimAcceptedPacket();
-  // Also while the thread ends: its pktbufFree() may follow. Should it not, one packet is left over.
+  // Also while the thread ends: its pktbufFree() may follow. Should it not, one packet is left
+  // over.
   mayKeep();
   threadPackets.accepted = packet;
 }

@@ -34,15 +34,16 @@ struct AddressPeerState {
   ComponentAddress address;
   MsgbusControlCallback control = nullptr;
   Link link = Link::kIdle;
-  int32_t notice = 0;                            // control code to deliver; 0: none
-  std::shared_ptr<FileDescriptor> leftToRead;    // a lost connection with packets still in it
-  WorkQueue::Clock::time_point lossReportDue{};  // with packets left to read: report by then
-  uint32_t attendItem = 0;                       // prepared work: the dispatcher's next step
+  int32_t notice = 0;                          // control code to deliver; 0: none
+  std::shared_ptr<FileDescriptor> leftToRead;  // a lost connection with packets still in it
+  WorkQueue::Clock::time_point lossReportDue;  // with packets left to read: report by then
+  uint32_t attendItem = 0;                     // prepared work: the dispatcher's next step
   Backoff backoff;
 };
 
 // A place of the peer table. It is used by one peer after the other and never freed, so that a
-// sender needs nothing but the place's own lock. Everything is guarded by `mutex`, except where noted.
+// sender needs nothing but the place's own lock. Everything is guarded by `mutex`, except where
+// noted.
 struct Peer {
   std::mutex mutex;
   std::condition_variable changed;  // the link of an address peer has changed

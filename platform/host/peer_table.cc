@@ -8,6 +8,12 @@ PeerTable &PeerTable::instance() {
   return *table;
 }
 
+PeerTable::~PeerTable() {
+  for (const std::atomic<Chunk *> &chunk : chunks_) {
+    delete chunk.load();
+  }
+}
+
 LockedPeer PeerTable::add() {
   Peer *const peer = takeFree();
   if (peer == nullptr) {

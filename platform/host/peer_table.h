@@ -39,6 +39,11 @@ class PeerTable {
   // The table of this process.
   static PeerTable &instance();
 
+  PeerTable() = default;
+  ~PeerTable();
+  PeerTable(const PeerTable &) = delete;
+  PeerTable &operator=(const PeerTable &) = delete;
+
   // Takes a free place into use. Returns the peer, locked, with a new id and nothing else set; none
   // when the table is full. Throws std::bad_alloc.
   LockedPeer add();

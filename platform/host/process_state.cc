@@ -17,7 +17,9 @@ namespace {
 
 constexpr const char *kStatesDirectory = "states";
 
-std::string stateFile(const char *name) { return std::string(name) + ".state"; }
+std::string stateFile(const char *name) {
+  return std::string(name) + ".state";
+}
 
 // The states that this process publishes, each held by its claimed file.
 class Publications {
@@ -35,8 +37,7 @@ class Publications {
       known->second.write(std::to_string(state));
       return;
     }
-    const FileDescriptor directory =
-        openRuntimeDirectory(OpenDirectory::kCreate, kStatesDirectory);
+    const FileDescriptor directory = openRuntimeDirectory(OpenDirectory::kCreate, kStatesDirectory);
     std::optional<ClaimFile> file = ClaimFile::claim(directory.number(), stateFile(name));
     if (!file) {
       throwError(EBUSY, name);
@@ -64,8 +65,7 @@ int32_t publishedProcessState(const char *name) {
   if (!isComponentName(name)) {
     return 0;
   }
-  const FileDescriptor directory =
-      openRuntimeDirectory(OpenDirectory::kExisting, kStatesDirectory);
+  const FileDescriptor directory = openRuntimeDirectory(OpenDirectory::kExisting, kStatesDirectory);
   const std::optional<std::string> content =
       ClaimFile::readAnnounced(directory.number(), stateFile(name));
   return content ? static_cast<int32_t>(std::strtol(content->c_str(), nullptr, 10)) : 0;

@@ -15,7 +15,9 @@ namespace {
 
 constexpr mode_t kDirectoryMode = 0750;
 
-bool isSet(const char *value) { return value != nullptr && *value != '\0'; }
+bool isSet(const char *value) {
+  return value != nullptr && *value != '\0';
+}
 
 // Makes a directory if it is missing. The mode is set again because the umask may have cut it.
 void makeDirectory(int parent, const char *path) {

@@ -23,8 +23,8 @@ std::string chooseRuntimeDirectory(const RuntimeDirectorySources &sources);
 // The path chosen for this process, at the first call. Thread-safe.
 const std::string &runtimeDirectory();
 
-// Opens the runtime directory, or the directory `below` in it. With `create` it and `below` are made
-// with mode 0750 when missing; directories above are not. Returns an O_PATH descriptor; throws
+// Opens the runtime directory, or the directory `below` in it. With `create` it and `below` are
+// made with mode 0750 when missing; directories above are not. Returns an O_PATH descriptor; throws
 // std::system_error.
 enum class OpenDirectory { kExisting, kCreate };
 FileDescriptor openRuntimeDirectory(OpenDirectory how, const char *below = nullptr);

@@ -33,8 +33,8 @@ constexpr uint32_t kLargestSlot = 255;
 
 }  // namespace
 
-Server::Server(const ComponentAddress &address, const SwplatServerHandlers &handlers, void *context)
-    : address_(address),
+Server::Server(ComponentAddress address, const SwplatServerHandlers &handlers, void *context)
+    : address_(std::move(address)),
       handlers_(handlers),
       context_(context),
       buffer_(kLargestPacket),
@@ -150,7 +150,8 @@ void Server::acceptClients() {
 
 // Returns false when nobody waits any more.
 bool Server::acceptClient() {
-  FileDescriptor socket(accept4(listener_.number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  FileDescriptor socket(
+      accept4(listener_.number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
   if (!socket) {
     if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
       pauseAccepting();
@@ -268,8 +269,9 @@ SwplatServer *swplatServerOpen(const char *component, uint32_t slot,
         handlers->disconnected == nullptr) {
       swplat::throwError(EINVAL, "server");
     }
-    return new SwplatServer(swplat::ComponentAddress{component, static_cast<uint8_t>(slot)},
-                            *handlers, context);
+    return std::make_unique<SwplatServer>(
+               swplat::ComponentAddress{component, static_cast<uint8_t>(slot)}, *handlers, context)
+        .release();
   });
 }
 
@@ -280,7 +282,9 @@ int32_t swplatServerRun(SwplatServer *server) noexcept {
   });
 }
 
-void swplatServerStop(SwplatServer *server) noexcept { server->stop(); }
+void swplatServerStop(SwplatServer *server) noexcept {
+  server->stop();
+}
 
 int32_t swplatServerSend(SwplatServer *server, uint32_t connection, const void *data,
                          uint32_t length) noexcept {
@@ -296,6 +300,8 @@ void swplatServerDisconnect(SwplatServer *server, uint32_t connection) noexcept 
   });
 }
 
-void swplatServerClose(SwplatServer *server) noexcept { delete server; }
+void swplatServerClose(SwplatServer *server) noexcept {
+  delete server;
+}
 
 }  // extern "C"

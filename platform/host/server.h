@@ -17,11 +17,12 @@
 
 namespace swplat {
 
-// run() and the handlers belong to one thread; send(), disconnect() and stop() may be called on any.
+// run() and the handlers belong to one thread; send(), disconnect() and stop() may be called on
+// any.
 class Server {
  public:
   // Throws std::system_error or std::bad_alloc.
-  Server(const ComponentAddress &address, const SwplatServerHandlers &handlers, void *context);
+  Server(ComponentAddress address, const SwplatServerHandlers &handlers, void *context);
   ~Server();
   Server(const Server &) = delete;
   Server &operator=(const Server &) = delete;

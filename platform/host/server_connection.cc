@@ -45,7 +45,9 @@ int32_t ServerConnection::send(const uint8_t *data, uint32_t length) {
   return MSGBUS_QUEUED;
 }
 
-void ServerConnection::flush() { queue_.flush(socket_.number(), kFlushBatch); }
+void ServerConnection::flush() {
+  queue_.flush(socket_.number(), kFlushBatch);
+}
 
 void ServerConnection::beginClosing() {
   closing_ = true;

@@ -51,6 +51,7 @@ std::vector<std::string> oldTraces(int directory, const std::string &name) {
   }
   std::sort(found.begin(), found.end(), std::greater<>());
   std::vector<std::string> files;
+  files.reserve(found.size());
   for (auto &[time, file] : found) {
     files.push_back(std::move(file));
   }

@@ -29,7 +29,9 @@ std::optional<ClaimFile> openFile(const std::string &name, size_t size) {
 }
 
 // Fields that readers in other processes look at while lines are being written.
-void store(uint32_t &field, uint32_t value) { __atomic_store_n(&field, value, __ATOMIC_RELEASE); }
+void store(uint32_t &field, uint32_t value) {
+  __atomic_store_n(&field, value, __ATOMIC_RELEASE);
+}
 
 }  // namespace
 
@@ -62,9 +64,8 @@ void TraceRing::write(uint32_t level, std::string_view text) {
   timespec now = {};
   clock_gettime(CLOCK_REALTIME, &now);
   std::array<char, kLongestPrefix> prefix;
-  const int length =
-      std::snprintf(prefix.data(), prefix.size(), "%lld.%06ld %u ",
-                    static_cast<long long>(now.tv_sec), now.tv_nsec / 1000, level);
+  const int length = std::snprintf(prefix.data(), prefix.size(), "%lld.%06ld %u ",
+                                   static_cast<long long>(now.tv_sec), now.tv_nsec / 1000, level);
   std::string line(prefix.data(), static_cast<size_t>(length));
   while (!text.empty() && text.back() == '\n') {
     text.remove_suffix(1);

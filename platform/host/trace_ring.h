@@ -24,9 +24,9 @@ struct TraceHeader {
   uint32_t headerSize;  // where the ring begins
   uint32_t size;        // bytes of the ring
   uint32_t position;    // where in the ring the next line goes; what is older begins there
-  uint32_t rounds;      // how often the ring has been filled to its end; stops at the largest number
-  uint32_t process;     // the writer
-  char name[28];        // the buffer's name, cut, zero-terminated
+  uint32_t rounds;   // how often the ring has been filled to its end; stops at the largest number
+  uint32_t process;  // the writer
+  char name[28];     // the buffer's name, cut, zero-terminated
 };
 static_assert(sizeof(TraceHeader) == 64);
 

@@ -30,6 +30,9 @@ class RuntimeAddress {
       directory_ = openRuntimeDirectory(OpenDirectory::kExisting);
       path = "/proc/self/fd/" + std::to_string(directory_.number()) + "/" + file;
     }
+    if (path.size() >= sizeof(address_.sun_path)) {
+      throwError(ENAMETOOLONG, file.c_str());
+    }
     address_.sun_family = AF_UNIX;
     path.copy(address_.sun_path, sizeof(address_.sun_path) - 1);
   }

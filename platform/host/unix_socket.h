@@ -18,8 +18,8 @@ inline constexpr uint32_t kLargestPacket = 256 * 1024;
 // Files are named relative to the runtime directory, whose path may be longer than a socket address
 // can hold. Sockets never block.
 
-// Connects to a socket file. Throws std::system_error: ENOENT or ECONNREFUSED when nobody serves it,
-// EAGAIN when its server is busy, EACCES or EPERM when this process may not use it.
+// Connects to a socket file. Throws std::system_error: ENOENT or ECONNREFUSED when nobody serves
+// it, EAGAIN when its server is busy, EACCES or EPERM when this process may not use it.
 FileDescriptor connectSocket(const std::string &file);
 
 // Listens at a socket file, mode 0660. A file of that name is replaced: the caller holds the claim.

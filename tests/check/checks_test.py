@@ -183,6 +183,8 @@ class DeliberateQuirksTest(TreeTest):
         self.assertEqual(self.messages_for(
             "# Quirks\n\nProse.\n\n- Kept (`policy.cc`,\n  `PolicyTest.KeepsTheName`).\n"), [])
         self.assertEqual(self.messages_for(
+            "- Kept (`All/PolicyTest.KeepsTheName`).\n- Kept (`PolicyTest.*`).\n"), [])
+        self.assertEqual(self.messages_for(
             "| Quirk | Test |\n|---|---|\n| kept | `PolicyTest.KeepsTheName` |\n"), [])
 
     def test_a_line_without_a_test_is_reported(self):
@@ -190,6 +192,8 @@ class DeliberateQuirksTest(TreeTest):
                          [f"{deliberate_quirks.DOCUMENT}:2: names no test"])
 
     def test_a_test_that_does_not_exist_is_reported(self):
+        self.assertEqual(self.messages_for("- Kept (`OtherTest.*`).\n"),
+                         [f"{deliberate_quirks.DOCUMENT}:1: no such test: OtherTest.*"])
         self.assertEqual(self.messages_for("- Kept (`PolicyTest.LosesTheName`).\n"),
                          [f"{deliberate_quirks.DOCUMENT}:1: "
                           "no such test: PolicyTest.LosesTheName"])

@@ -2,7 +2,8 @@
 """Every line of docs/deliberate-quirks.md names a test, and the test exists.
 
 A line is an item of a list or a row of a table, with its continuation lines. It names its tests in
-backquotes: `SuiteTest.NameOfTheTest`.
+backquotes: `SuiteTest.NameOfTheTest`, `Instantiation/SuiteTest.NameOfTheTest`, or `SuiteTest.*` for a
+whole suite.
 """
 
 import re
@@ -12,7 +13,7 @@ import sources
 DOCUMENT = "docs/deliberate-quirks.md"
 TEST = re.compile(r"\bTEST(?:_F|_P)?\(\s*(\w+)\s*,\s*(\w+)\s*\)")
 TYPED_TEST = re.compile(r"\bTYPED_TEST(?:_P)?\(\s*(\w+)\s*,\s*(\w+)\s*\)")
-NAMED = re.compile(r"`(\w+)\.(\w+)`")
+NAMED = re.compile(r"`(?:\w+/)?(\w+)\.(\w+|\*)`")
 FILE_SUFFIXES = {"h", "cc", "c", "md", "py", "sh", "so", "a", "map", "conf", "sock"}
 TABLE_RULE = re.compile(r"^\|[\s:|-]+\|?$")
 
@@ -24,7 +25,7 @@ def existing_tests(root):
             text = sources.text_of(root, name)
             found.update(TEST.findall(text))
             found.update(TYPED_TEST.findall(text))
-    return found
+    return found | {(suite, "*") for suite, _ in found}
 
 
 def entries(text):

@@ -79,6 +79,9 @@ def read_elf(library, option):
 
 
 def main(library, script, *headers):
+    missing = [name for name in (library, script, *headers) if not pathlib.Path(name).is_file()]
+    if missing:
+        sources.report([f"{name}:1: no such file" for name in missing])
     declared = set()
     for header in headers:
         declared |= declared_names(pathlib.Path(header).read_text(encoding="utf-8"))

@@ -27,7 +27,7 @@ std::string OutputCapture::Stream::finish() {
   std::fflush(stream_);
   if (dup2(saved_, descriptor_) < 0) failWithErrno("output capture");
   close(saved_);
-  std::rewind(file_);
+  if (std::fseek(file_, 0, SEEK_SET) != 0) failWithErrno("output capture");
   std::string text;
   char part[4096];
   for (std::size_t count; (count = std::fread(part, 1, sizeof(part), file_)) > 0;) {

@@ -16,7 +16,8 @@ extern "C" {
  * Pushes a text to a CLI connection.
  *   handle  the connection; on this host the number of an open file descriptor, 1 or higher
  *   text    NUL-terminated; written as it is
- * Texts for a handle that is not open are dropped. Never blocks for longer than the descriptor does.
+ * Texts for a handle that is not open are dropped. Never blocks for longer than the descriptor
+ * does.
  */
 SWITCH_API void cliagentNotifyCLI(int32_t handle, const char *text) SWITCH_NOEXCEPT;
 

@@ -66,8 +66,8 @@ SWITCH_API void evlogTraceLog(uint32_t handle, uint32_t level, const char *text,
  *   kind        1: an EvlogComponentDesc; 2: an EvlogTraceComponentDesc
  *   descriptor  borrowed for the life of the process
  *   handle      set to the component's handle, never 0
- * Returns 0; -1 when it cannot be registered (`handle` is unchanged). Registering a descriptor again
- * gives the same handle.
+ * Returns 0; -1 when it cannot be registered (`handle` is unchanged). Registering a descriptor
+ * again gives the same handle.
  */
 SWITCH_API int32_t evlogRegisterComponent(uint32_t kind, void *descriptor,
                                           uint32_t *handle) SWITCH_NOEXCEPT;
@@ -77,8 +77,8 @@ SWITCH_API int32_t evlogRegisterComponent(uint32_t kind, void *descriptor,
  * as printf does. Unknown handles are ignored. Nothing is retained.
  */
 SWITCH_API void evlogNotifyIncident(uint32_t handle, const char *file, uint32_t line,
-                                    const char *function, const char *format,
-                                    ...) SWITCH_NOEXCEPT __attribute__((format(printf, 5, 6)));
+                                    const char *function, const char *format, ...) SWITCH_NOEXCEPT
+    __attribute__((format(printf, 5, 6)));
 
 #ifdef __cplusplus
 }

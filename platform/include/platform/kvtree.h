@@ -1,8 +1,8 @@
 /*
  * Ordered trees: intrusive, balanced, without allocation.
  *
- * A node is any record that begins with a KvNode. A tree is its root word, null when empty. The tree
- * never owns its nodes. Trees take no lock: their users bracket them.
+ * A node is any record that begins with a KvNode. A tree is its root word, null when empty. The
+ * tree never owns its nodes. Trees take no lock: their users bracket them.
  */
 #ifndef PLATFORM_KVTREE_H
 #define PLATFORM_KVTREE_H

@@ -24,18 +24,18 @@ extern "C" {
 
 /* Results of the calls below. */
 enum {
-  MSGBUS_ERROR = -1,            /* no such peer or client, or the connection is gone */
-  MSGBUS_REFUSED = -109,        /* msgbusConnectToPeer: the component refuses this process */
-  MSGBUS_IN_PROGRESS = -113,    /* msgbusConnectToPeer: nobody serves the component yet */
-  MSGBUS_QUEUE_FULL = -115,     /* msgbusSend: not taken, the peer's queue is at its limit */
-  MSGBUS_QUEUED = -116,         /* msgbusSend: taken, and queued until the peer reads on */
-  MSGBUS_TIMED_OUT = -110       /* msgbusRecv: nothing came within the wait */
+  MSGBUS_ERROR = -1,         /* no such peer or client, or the connection is gone */
+  MSGBUS_REFUSED = -109,     /* msgbusConnectToPeer: the component refuses this process */
+  MSGBUS_IN_PROGRESS = -113, /* msgbusConnectToPeer: nobody serves the component yet */
+  MSGBUS_QUEUE_FULL = -115,  /* msgbusSend: not taken, the peer's queue is at its limit */
+  MSGBUS_QUEUED = -116,      /* msgbusSend: taken, and queued until the peer reads on */
+  MSGBUS_TIMED_OUT = -110    /* msgbusRecv: nothing came within the wait */
 };
 
 /* Events given to a receive callback in place of a message length. */
 enum {
-  MSGBUS_EVENT_CONNECTED = -121,    /* the peer is connected; its id accompanies the event */
-  MSGBUS_EVENT_DISCONNECTED = -112  /* the connection is lost */
+  MSGBUS_EVENT_CONNECTED = -121,   /* the peer is connected; its id accompanies the event */
+  MSGBUS_EVENT_DISCONNECTED = -112 /* the connection is lost */
 };
 
 /* Codes given to a control callback. */
@@ -111,8 +111,8 @@ SWITCH_API int32_t msgbusSetPeerOption(uint32_t peerId, uint32_t option,
  *
  * Ownership: a packet that was not taken (MSGBUS_QUEUE_FULL, MSGBUS_ERROR) stays with the caller. A
  * packet that was taken belongs to the bus; as some callers free their packet whatever the outcome,
- * pktbufFree() of exactly that packet is allowed as the next thing this thread does with the bus and
- * has no effect. It must not be touched otherwise.
+ * pktbufFree() of exactly that packet is allowed as the next thing this thread does with the bus
+ * and has no effect. It must not be touched otherwise.
  */
 SWITCH_API int32_t msgbusSend(uint32_t peerId, PktBuf *packet, uint32_t flags) SWITCH_NOEXCEPT;
 

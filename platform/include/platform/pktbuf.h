@@ -39,7 +39,8 @@ enum {
  * `size` bytes; null when memory is exhausted. The content of the data area is indeterminate.
  * Thread-safe.
  */
-SWITCH_API PktBuf *pktbufAllocPacket(uint32_t size, uint32_t headroom, uint32_t flags) SWITCH_NOEXCEPT;
+SWITCH_API PktBuf *pktbufAllocPacket(uint32_t size, uint32_t headroom,
+                                     uint32_t flags) SWITCH_NOEXCEPT;
 
 /*
  * Sets the length in use of a packet that the caller owns.

@@ -22,6 +22,7 @@ std::int32_t compareEntries(const void *a, const void *b) {
 }
 
 // Returns the height of a subtree, or -1 when a balance is wrong or leaves -1..1 anywhere in it.
+// NOLINTNEXTLINE(misc-no-recursion): no deeper than the tree is high
 int checkedHeight(const KvNode *node) {
   if (node == nullptr) return 0;
   const int left = checkedHeight(node->left);
@@ -32,6 +33,7 @@ int checkedHeight(const KvNode *node) {
 
 std::vector<Entry> makeEntries(int count) {
   std::vector<Entry> entries;
+  entries.reserve(static_cast<std::size_t>(count));
   for (int key = 0; key < count; ++key) entries.emplace_back(key);
   return entries;
 }

@@ -22,6 +22,7 @@ std::int32_t compareEntries(const void *a, const void *b) {
   return static_cast<const Entry *>(a)->key - static_cast<const Entry *>(b)->key;
 }
 
+// NOLINTBEGIN(misc-no-recursion): no deeper than the tree is high
 int heightOf(const KvNode *node) {
   return node == nullptr ? 0 : 1 + std::max(heightOf(node->left), heightOf(node->right));
 }
@@ -30,6 +31,7 @@ bool linksAreConsistent(const KvNode *node, const KvNode *parent) {
   return node == nullptr || (node->parent == parent && linksAreConsistent(node->left, node) &&
                              linksAreConsistent(node->right, node));
 }
+// NOLINTEND(misc-no-recursion)
 
 class KvtreeContract : public ContractTest {
  protected:
@@ -185,6 +187,7 @@ TEST_F(KvtreeContract, BehavesAsAnOrderedMapUnderRandomOperations) {
     ASSERT_EQ(find(key), wanted == model.end() ? nullptr : wanted->second);
     if (step % 500 != 0) continue;
     std::vector<int> expected;
+    expected.reserve(model.size());
     for (const auto &[modelKey, value] : model) expected.push_back(modelKey);
     ASSERT_EQ(keys(), expected);
     expectBalanced(model.size());

@@ -108,6 +108,7 @@ TEST_F(PktbufContract, AnotherThreadMayFreeAPacket) {
 
 TEST_F(PktbufContract, SeveralThreadsMayUsePackets) {
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int number = 0; number < 4; ++number) {
     threads.emplace_back([] {
       for (std::uint32_t i = 0; i < 100; ++i) {

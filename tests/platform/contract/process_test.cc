@@ -38,6 +38,7 @@ TEST_F(ProcessContract, LongerTextsAreCut) {
 
 TEST_F(ProcessContract, ATextSurvivesSevenMoreCalls) {
   std::vector<const char *> texts;
+  texts.reserve(8);
   for (int i = 0; i < 8; ++i) texts.push_back(Sprintf("text %d", i));
   for (int i = 0; i < 8; ++i) {
     EXPECT_EQ(std::string(texts[static_cast<std::size_t>(i)]), "text " + std::to_string(i));
@@ -51,6 +52,7 @@ TEST_F(ProcessContract, ATextMayBeAnArgumentOfTheNext) {
 TEST_F(ProcessContract, ThreadsDoNotSeeEachOthersTexts) {
   std::vector<int> wrongTexts(4);
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int number = 0; number < 4; ++number) {
     threads.emplace_back([number, &wrong = wrongTexts[static_cast<std::size_t>(number)]] {
       for (int i = 0; i < 500; ++i) {

@@ -12,7 +12,6 @@ namespace contract {
 namespace {
 
 using test_support::Bytes;
-using test_support::bytesOf;
 using test_support::copyOf;
 using test_support::hex;
 

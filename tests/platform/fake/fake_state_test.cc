@@ -88,6 +88,7 @@ TEST_F(FakeStateTest, ForgettingCallsKeepsTheModel) {
 
 TEST_F(FakeStateTest, SeveralThreadsMayCall) {
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([] {
       for (int call = 0; call < 100; ++call) boardGetSlotSelf();

@@ -3,7 +3,6 @@
 namespace swplat_fake {
 namespace {
 
-using test_support::bytesOf;
 using test_support::hex;
 using test_support::join;
 using testing::ElementsAre;

@@ -113,6 +113,10 @@ TEST_F(PacketsTest, PacketsHeldOverAResetStayUsableAndAreNotCounted) {
   pktbufFree(sent);
   pktbufFree(freed);
   EXPECT_THAT(fake().violations(), IsEmpty());
+  pktbufFree(sent);
+  pktbufFree(freed);
+  EXPECT_THAT(fake().violations(), ElementsAre("pktbufFree: packet was accepted before",
+                                               "pktbufFree: packet was freed before"));
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ namespace swplat_fake {
 // One argument: a number, a text or a pointer. Numbers of every type compare by value.
 class Argument {
  public:
+  // NOLINTBEGIN(google-explicit-constructor): expectations list plain values
   template <typename Number>
     requires std::integral<Number> || std::is_enum_v<Number>
   Argument(Number number) : value_(static_cast<std::int64_t>(number)) {}
@@ -25,6 +26,7 @@ class Argument {
   Argument(const void *pointer) : value_(pointer) {}
   template <typename Result, typename... Parameters>
   Argument(Result (*function)(Parameters...)) : value_(reinterpret_cast<const void *>(function)) {}
+  // NOLINTEND(google-explicit-constructor)
 
   // Equal to every argument; prints as "_".
   static Argument anything() { return Argument(Anything()); }

@@ -39,9 +39,10 @@ typedef struct SwplatServer SwplatServer;
  *   slot       0 to 255
  *   handlers   copied
  *   context    handed to the handlers
- * Returns the server, owned by the caller; null with errno set: EADDRINUSE when another live process
- * serves the component (a socket left behind by a dead one is replaced), EINVAL for a bad argument,
- * or the reason the directory or the socket cannot be made. Clients can connect from now on.
+ * Returns the server, owned by the caller; null with errno set: EADDRINUSE when another live
+ * process serves the component (a socket left behind by a dead one is replaced), EINVAL for a bad
+ * argument, or the reason the directory or the socket cannot be made. Clients can connect from now
+ * on.
  */
 SWITCH_API SwplatServer *swplatServerOpen(const char *component, uint32_t slot,
                                           const SwplatServerHandlers *handlers,

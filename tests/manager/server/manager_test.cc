@@ -1,0 +1,226 @@
+#include "manager/server/manager.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/manager/request_bytes.h"
+#include "tests/support/failing_allocator.h"
+
+namespace aclmgr {
+namespace {
+
+using test_support::bigEndian;
+using test_support::bindingBody;
+using test_support::Bytes;
+using test_support::bytesOf;
+using test_support::chunkBody;
+using test_support::deleteBody;
+using test_support::encodedRule;
+using test_support::hex;
+using test_support::join;
+using test_support::policyBody;
+using test_support::processInfoBody;
+using test_support::putAt;
+using test_support::zeros;
+
+// Connections that only remember, and tell the manager of a disconnection at once.
+class RecordingConnections final : public Connections {
+ public:
+  bool send(std::uint32_t connection, std::span<const std::byte> packet) override {
+    const test_support::AllocationExemption exemption;
+    if (full) return false;
+    sent[connection].emplace_back(packet.begin(), packet.end());
+    return true;
+  }
+  void disconnect(std::uint32_t connection) noexcept override {
+    const test_support::AllocationExemption exemption;
+    closed.push_back(connection);
+    manager->disconnected(connection);
+  }
+
+  Manager *manager = nullptr;
+  bool full = false;
+  std::map<std::uint32_t, std::vector<Bytes>> sent;
+  std::vector<std::uint32_t> closed;
+};
+
+// The packet of requests that are bodies.
+template <typename... Bodies>
+Bytes packetOf(const Bodies &...bodies) {
+  Bytes packet;
+  const auto append = [&packet](const Bytes &body) {
+    packet = join(packet, hex("1002"), bigEndian(body.size(), 2), body, Bytes(body.size() % 2));
+  };
+  (append(bodies), ...);
+  return packet;
+}
+
+struct CloseFile {
+  void operator()(std::FILE *file) const { std::fclose(file); }
+};
+
+class ManagerTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    connections_.manager = &manager_;
+    manager_.connected(1, {.processId = 100, .processName = ""});
+    manager_.connected(2, {.processId = 200, .processName = ""});
+  }
+
+  // Code and status of each answer to a connection, then forgets them.
+  std::string answers(std::uint32_t connection) {
+    std::string text;
+    for (const Bytes &packet : connections_.sent[connection]) {
+      for (std::size_t i = 4; i < 8; ++i) {
+        char digits[3];
+        std::snprintf(digits, sizeof(digits), "%02x", std::to_integer<unsigned>(packet[i]));
+        text += digits;
+      }
+      text += " ";
+    }
+    connections_.sent[connection].clear();
+    return text;
+  }
+
+  Bytes web() { return policyBody(0x2001, "web", encodedRule("r", 1), 1); }
+
+  std::unique_ptr<std::FILE, CloseFile> notices_{std::tmpfile()};
+  RecordingConnections connections_;
+  RequestLog log_{nullptr, notices_.get()};
+  Manager manager_{connections_, log_};
+};
+
+TEST_F(ManagerTest, DeleteReplyIsOneObjectWithStatusAndName) {
+  manager_.received(1, packetOf(deleteBody("web")));
+  ASSERT_EQ(connections_.sent[1].size(), 1U);
+  Bytes expected = zeros(4 + 652);
+  putAt(expected, 0, hex("1003 028C 2002 FFF5"));  // 652 bytes, -11
+  putAt(expected, 4 + 592, bytesOf("web"));
+  EXPECT_EQ(connections_.sent[1][0], expected);
+}
+
+TEST_F(ManagerTest, EveryRequestOfAPacketIsAnsweredInOrder) {
+  manager_.received(
+      1, packetOf(processInfoBody("stpd"), web(), bindingBody(0x2004, "web", 1, 2), hex("3001"),
+                  deleteBody("web"), bindingBody(0x2005, "web", 1, 2), deleteBody("web")));
+  EXPECT_EQ(answers(1), "20000000 20010000 20040000 3001fffd 2002fff3 20050000 20020000 ");
+}
+
+TEST_F(ManagerTest, ChunksAreAnsweredOnceWithTheLast) {
+  const Bytes rules = join(encodedRule("a", 1), encodedRule("b", 2));
+  const Bytes first(rules.begin(), rules.begin() + 47);
+  const Bytes second(rules.begin() + 47, rules.end());
+  manager_.received(1, packetOf(chunkBody({.total = 96, .ruleCount = 2}, first)));
+  EXPECT_EQ(answers(1), "");
+  manager_.received(1, packetOf(chunkBody({.total = 96, .offset = 47, .ruleCount = 2}, second)));
+  EXPECT_EQ(answers(1), "20010000 ");
+}
+
+TEST_F(ManagerTest, PolicyOfSixtyThousandRulesIsTaken) {
+  const Bytes one = encodedRule("rule", 1, "0000 0008 0a000001 ffffffff", "0001 0000");
+  Bytes rules;
+  for (int i = 0; i < 60000; ++i) rules.insert(rules.end(), one.begin(), one.end());
+  ASSERT_EQ(rules.size(), 3840000U);
+  const auto total = static_cast<std::uint32_t>(rules.size());
+  for (std::uint32_t offset = 0; offset < total; offset += 7872) {
+    EXPECT_EQ(answers(1), "");
+    const std::uint32_t length = std::min(7872U, total - offset);
+    const Bytes chunk(rules.begin() + offset, rules.begin() + offset + length);
+    manager_.received(
+        1, packetOf(chunkBody({.total = total, .offset = offset, .ruleCount = 60000}, chunk)));
+  }
+  EXPECT_EQ(answers(1), "20010000 ");
+  EXPECT_EQ(manager_.state().policies.find("web")->rules.size(), 60000U);
+}
+
+TEST_F(ManagerTest, MalformedPacketsCloseTheirConnectionAndNoOther) {
+  const Bytes packets[] = {hex("1002 0010 2002"), hex("1003 0002 2002"), hex("1002 0001 20 00"),
+                           hex("10")};
+  std::uint32_t connection = 10;
+  for (const Bytes &packet : packets) {
+    manager_.connected(connection, {});
+    manager_.received(connection, packet);
+    EXPECT_EQ(connections_.closed, std::vector{connection});
+    EXPECT_EQ(answers(connection), "");
+    EXPECT_EQ(manager_.state().peers.find(connection), nullptr);
+    connections_.closed.clear();
+    ++connection;
+  }
+  manager_.received(2, packetOf(web()));
+  EXPECT_EQ(answers(2), "20010000 ");
+}
+
+TEST_F(ManagerTest, PacketThatIsMalformedAtItsEndIsNotCarriedOutAtAll) {
+  manager_.received(1, join(packetOf(web()), hex("1002")));
+  EXPECT_EQ(manager_.state().policies.size(), 0U);
+  EXPECT_EQ(answers(1), "");
+}
+
+TEST_F(ManagerTest, PoliciesAndBindingsOutliveTheirClientAndPartialOnesDoNot) {
+  manager_.received(1,
+                    packetOf(web(), bindingBody(0x2004, "web", 1, 2),
+                             chunkBody({.name = "half", .total = 96, .ruleCount = 2}, Bytes(48))));
+  EXPECT_EQ(manager_.state().assembler.partialCount(), 1U);
+  manager_.disconnected(1);
+  EXPECT_EQ(manager_.state().assembler.partialCount(), 0U);
+  EXPECT_EQ(manager_.state().peers.find(1), nullptr);
+  manager_.received(2, packetOf(bindingBody(0x2005, "web", 1, 2), deleteBody("web")));
+  EXPECT_EQ(answers(2), "20050000 20020000 ");
+}
+
+TEST_F(ManagerTest, ChunksOfTwoClientsDoNotMix) {
+  const Bytes rules = join(encodedRule("a", 1), encodedRule("b", 2));
+  const Bytes first(rules.begin(), rules.begin() + 48);
+  const Bytes second(rules.begin() + 48, rules.end());
+  const test_support::ChunkHead head{.total = 96, .offset = 0, .ruleCount = 2};
+  const test_support::ChunkHead tail{.total = 96, .offset = 48, .ruleCount = 2};
+  manager_.received(1, packetOf(chunkBody(head, first)));
+  manager_.received(2, packetOf(chunkBody(head, first)));
+  manager_.received(1, packetOf(chunkBody(tail, second)));
+  manager_.received(2, packetOf(chunkBody(tail, second)));
+  EXPECT_EQ(answers(1), "20010000 ");
+  EXPECT_EQ(answers(2), "20010000 ");
+}
+
+TEST_F(ManagerTest, ClientThatDoesNotReadItsAnswersIsDisconnected) {
+  connections_.full = true;
+  manager_.received(1, packetOf(web(), deleteBody("web")));
+  EXPECT_EQ(connections_.closed, std::vector{1U});
+  EXPECT_NE(manager_.state().policies.find("web"), nullptr);  // the second was not carried out
+}
+
+TEST_F(ManagerTest, ExhaustedMemoryIsAnsweredOrClosesTheConnectionAndLeavesNothingHalfDone) {
+  const Bytes packet = packetOf(web());
+  const unsigned failures = test_support::forEachAllocationFailure([&] {
+    manager_.received(1, packet);
+    const test_support::AllocationExemption exemption;
+    const bool kept = manager_.state().policies.find("web") != nullptr;
+    const std::string answered = answers(1);
+    EXPECT_TRUE(answered == "20010000 " || answered == "2001ffee " || !connections_.closed.empty());
+    EXPECT_EQ(answered == "2001ffee " && kept, false);  // -18
+    EXPECT_EQ(manager_.state().assembler.partialCount(), 0U);
+    connections_.closed.clear();
+    manager_.connected(1, {.processId = 100, .processName = ""});
+    manager_.received(1, packetOf(deleteBody("web")));
+    EXPECT_EQ(answers(1), kept ? "20020000 " : "2002fff5 ");
+  });
+  EXPECT_GT(failures, 0U);
+}
+
+TEST_F(ManagerTest, RefusedRequestIsNoticed) {
+  manager_.received(1, packetOf(processInfoBody("stpd"), deleteBody("web")));
+  ASSERT_EQ(std::fseek(notices_.get(), 0, SEEK_SET), 0);
+  char line[200] = "";
+  ASSERT_NE(std::fgets(line, sizeof(line), notices_.get()), nullptr);
+  EXPECT_STREQ(line,
+               "aclmgrd: refused: connection 1 (\"stpd\", pid 100): ACL_MSG_DELETE_POLICY "
+               "policy \"web\": -11 PolicyNotExist\n");
+}
+
+}  // namespace
+}  // namespace aclmgr

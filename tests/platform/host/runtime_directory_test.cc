@@ -1,0 +1,68 @@
+#include "platform/host/runtime_directory.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <system_error>
+
+#include "swplat/server.h"
+#include "tests/platform/host/test_directory.h"
+
+namespace swplat {
+namespace {
+
+constexpr unsigned kRoot = 0;
+constexpr unsigned kUser = 1000;
+
+TEST(RuntimeDirectoryTest, SwplatDirComesFirstForEverybody) {
+  EXPECT_EQ(chooseRuntimeDirectory({"/some/where", "/run/user/1000", kRoot}), "/some/where");
+  EXPECT_EQ(chooseRuntimeDirectory({"/some/where", "/run/user/1000", kUser}), "/some/where");
+}
+
+TEST(RuntimeDirectoryTest, RootMeetsInRun) {
+  EXPECT_EQ(chooseRuntimeDirectory({nullptr, "/run/user/0", kRoot}), "/run/swplat");
+}
+
+TEST(RuntimeDirectoryTest, UsersMeetInTheirOwnRuntimeDirectory) {
+  EXPECT_EQ(chooseRuntimeDirectory({nullptr, "/run/user/7", kUser}), "/run/user/7/swplat");
+  EXPECT_EQ(chooseRuntimeDirectory({nullptr, nullptr, kUser}), "/run/user/1000/swplat");
+}
+
+TEST(RuntimeDirectoryTest, EmptyVariablesCountAsNotSet) {
+  EXPECT_EQ(chooseRuntimeDirectory({"", "", kUser}), "/run/user/1000/swplat");
+}
+
+TEST(RuntimeDirectoryTest, ARelativePathIsTakenFromWhereTheProcessIsNow) {
+  EXPECT_EQ(chooseRuntimeDirectory({"here", nullptr, kUser}),
+            (std::filesystem::current_path() / "here").string());
+}
+
+TEST(RuntimeDirectoryTest, ThePathOfThisProcessIsWhatSwplatDirSaid) {
+  EXPECT_EQ(swplatRuntimeDirectory(), host_test::directory());
+}
+
+TEST(RuntimeDirectoryTest, DirectoriesAreMadeOnDemandWithMode750WhateverTheUmaskIs) {
+  const std::string path = host_test::directory() + "/ondemand";
+  EXPECT_THROW(openRuntimeDirectory(OpenDirectory::kExisting, "ondemand"), std::system_error);
+  const mode_t before = umask(077);
+  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kCreate, "ondemand"));
+  umask(before);
+  struct stat status = {};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 0750u);
+  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kExisting, "ondemand"));
+}
+
+TEST(RuntimeDirectoryTest, AnExistingDirectoryKeepsItsMode) {
+  const std::string path = host_test::directory() + "/existing";
+  ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
+  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kCreate, "existing"));
+  struct stat status = {};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 0700u);
+}
+
+}  // namespace
+}  // namespace swplat
