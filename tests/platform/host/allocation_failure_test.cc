@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <deque>
 #include <string>
 
 #include "platform/board.h"
@@ -165,8 +166,10 @@ TEST_F(AllocationFailureTest, StatesCannotBeStored) {
 TEST_F(AllocationFailureTest, TracesCannotBeOpenedAndComponentsNotRegistered) {
   expectFailures<uint32_t>(0, [&] { return evlogInitTraceBuffer(name_.c_str(), 1000, 0); });
   calls_ = successes_ = 0;
-  EvlogComponentDesc component = {
-      "a component with a name too long for its string", "", 0, 0, 0, 0};
+  // Descriptors are borrowed for the life of the process.
+  static std::deque<EvlogComponentDesc> components;
+  EvlogComponentDesc &component = components.emplace_back();
+  component = {"a component with a name too long for its string", "", 0, 0, 0, 0};
   uint32_t handle = 0;
   expectFailures<int32_t>(-1, [&] { return evlogRegisterComponent(1, &component, &handle); });
   const unsigned failures = forEachAllocationFailure([&] {

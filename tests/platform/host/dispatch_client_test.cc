@@ -180,17 +180,17 @@ TEST_F(DispatchClientTest, ACallbackMaySendToItsPeer) {
 }
 
 TEST_F(DispatchClientTest, TheLargestPacketArrivesWhole) {
-  const std::string largest(256 * 1024, 'L');
+  const std::string largest(262'144, 'L');
   TestServer server(name_);
   server.start();
   DispatchedClient &client = DispatchedClient::create(name_);
   const uint32_t peer = client.waitForConnection();
-  EXPECT_EQ(sendText(peer, largest), 256 * 1024);
+  EXPECT_EQ(sendText(peer, largest), 262'144);
   EXPECT_EQ(sendText(peer, largest + "x"), MSGBUS_ERROR);
   EXPECT_TRUE(server.waitForPackets(1));
   EXPECT_EQ(server.received()[0], largest);
   const uint32_t connection = server.waitForConnection();
-  EXPECT_EQ(server.send(connection, largest), 256 * 1024);
+  EXPECT_EQ(server.send(connection, largest), 262'144);
   EXPECT_EQ(server.send(connection, largest + "x"), MSGBUS_ERROR);
   EXPECT_TRUE(client.waitForEvents(2));
   EXPECT_EQ(client.events()[1].packet, largest);

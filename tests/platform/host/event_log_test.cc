@@ -18,7 +18,7 @@ std::string traceFile(const std::string &name) {
 }
 
 TEST(EventLogTest, WithoutATraceBufferIncidentsGetOneOfTheirOwn) {
-  EvlogComponentDesc component = {"ACL", "Access control", 0, 0, 0, 0};
+  static EvlogComponentDesc component = {"ACL", "Access control", 0, 0, 0, 0};
   uint32_t handle = 0;
   ASSERT_EQ(evlogRegisterComponent(1, &component, &handle), 0);
   evlogNotifyIncident(handle, "file.cc", 12, "function", "%d rules lost", 3);
@@ -41,8 +41,8 @@ TEST(EventLogTest, IncidentsGoToEveryOpenTraceBuffer) {
 }
 
 TEST(EventLogTest, ADescriptorKeepsItsHandle) {
-  EvlogComponentDesc first = {"first", "", 0, 0, 0, 0};
-  EvlogComponentDesc second = {"second", "", 0, 0, 0, 0};
+  static EvlogComponentDesc first = {"first", "", 0, 0, 0, 0};
+  static EvlogComponentDesc second = {"second", "", 0, 0, 0, 0};
   uint32_t handles[3] = {};
   EXPECT_EQ(evlogRegisterComponent(1, &first, &handles[0]), 0);
   EXPECT_EQ(evlogRegisterComponent(1, &second, &handles[1]), 0);
@@ -53,7 +53,7 @@ TEST(EventLogTest, ADescriptorKeepsItsHandle) {
 }
 
 TEST(EventLogTest, UnknownKindsDescriptorsAndHandlesAreRefused) {
-  EvlogComponentDesc component = {"x", "", 0, 0, 0, 0};
+  static EvlogComponentDesc component = {"x", "", 0, 0, 0, 0};
   uint32_t handle = 77;
   EXPECT_EQ(evlogRegisterComponent(0, &component, &handle), -1);
   EXPECT_EQ(evlogRegisterComponent(3, &component, &handle), -1);

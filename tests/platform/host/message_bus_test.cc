@@ -97,7 +97,7 @@ TEST_F(SlowReaderTest, TheQueueLimitIsWhatTheOptionSays) {
   EXPECT_EQ(msgbusSetPeerOption(peer_, MSGBUS_OPTION_QUEUE_LIMIT, 4), 0);
   EXPECT_EQ(sendText(peer_, "fourth"), MSGBUS_QUEUED);
   EXPECT_EQ(sendText(peer_, "fifth"), MSGBUS_QUEUE_FULL);
-  sent_.push_back("fourth");
+  sent_.emplace_back("fourth");
   server_.start();
   ASSERT_TRUE(server_.waitForPackets(sent_.size()));
   EXPECT_EQ(server_.received(), sent_);
@@ -136,7 +136,7 @@ TEST_F(SlowReaderTest, AQueuedPacketMayBeFreedByItsSender) {
   PktBuf *const packet = host_test::packetOf("queued and freed");
   ASSERT_EQ(msgbusSend(peer_, packet, 0), MSGBUS_QUEUED);
   pktbufFree(packet);
-  sent_.push_back("queued and freed");
+  sent_.emplace_back("queued and freed");
   PktBuf *const reused = host_test::packetOf("something else entirely");
   server_.start();
   ASSERT_TRUE(server_.waitForPackets(sent_.size()));

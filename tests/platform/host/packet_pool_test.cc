@@ -174,11 +174,11 @@ TEST_F(AcceptedPacketTest, FreeingItDoesNotReleaseAnotherOneSentBefore) {
 }
 
 TEST_F(AcceptedPacketTest, ThreadsOfBothKindsSendSideBySide) {
-  constexpr int kEach = 200;
+  constexpr size_t kEach = 200;
   std::vector<std::thread> threads;
   for (int number = 0; number < 4; ++number) {
     threads.emplace_back([this, number] {
-      for (int count = 0; count < kEach; ++count) {
+      for (size_t count = 0; count < kEach; ++count) {
         PktBuf *const packet = packetOf(std::string(100, static_cast<char>('a' + number)));
         const int32_t result = msgbusSend(peer_, packet, 0);
         EXPECT_TRUE(result == 100 || result == MSGBUS_QUEUED);

@@ -44,21 +44,23 @@ TEST(RuntimeDirectoryTest, ThePathOfThisProcessIsWhatSwplatDirSaid) {
 }
 
 TEST(RuntimeDirectoryTest, DirectoriesAreMadeOnDemandWithMode750WhateverTheUmaskIs) {
-  const std::string path = host_test::directory() + "/ondemand";
-  EXPECT_THROW(openRuntimeDirectory(OpenDirectory::kExisting, "ondemand"), std::system_error);
+  const std::string name = host_test::uniqueName("ondemand");
+  const std::string path = host_test::directory() + "/" + name;
+  EXPECT_THROW(openRuntimeDirectory(OpenDirectory::kExisting, name.c_str()), std::system_error);
   const mode_t before = umask(077);
-  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kCreate, "ondemand"));
+  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kCreate, name.c_str()));
   umask(before);
   struct stat status = {};
   ASSERT_EQ(stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777u, 0750u);
-  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kExisting, "ondemand"));
+  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kExisting, name.c_str()));
 }
 
 TEST(RuntimeDirectoryTest, AnExistingDirectoryKeepsItsMode) {
-  const std::string path = host_test::directory() + "/existing";
+  const std::string name = host_test::uniqueName("existing");
+  const std::string path = host_test::directory() + "/" + name;
   ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
-  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kCreate, "existing"));
+  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kCreate, name.c_str()));
   struct stat status = {};
   ASSERT_EQ(stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777u, 0700u);

@@ -153,9 +153,9 @@ TEST_F(ServerTest, EmptyAndTooLongPacketsAreNotSent) {
   const uint32_t connection = server.waitForConnection();
   EXPECT_EQ(server.send(connection, ""), -1);
   EXPECT_EQ(swplatServerSend(server.get(), connection, nullptr, 4), -1);
-  EXPECT_EQ(server.send(connection, std::string(256 * 1024 + 1, 'x')), -1);
-  EXPECT_EQ(server.send(connection, std::string(256 * 1024, 'x')), 256 * 1024);
-  EXPECT_EQ(receive(client).size(), 256u * 1024);
+  EXPECT_EQ(server.send(connection, std::string(262'145, 'x')), -1);
+  EXPECT_EQ(server.send(connection, std::string(262'144, 'x')), 262'144);
+  EXPECT_EQ(receive(client).size(), 262'144u);
 }
 
 TEST_F(ServerTest, StoppingBeforeRunningIsNotForgotten) {

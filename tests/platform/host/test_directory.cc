@@ -35,13 +35,13 @@ class DirectoryEnvironment : public testing::Environment {
 };
 
 // googletest owns it and makes it before main() begins.
-const DirectoryEnvironment *const environment = static_cast<DirectoryEnvironment *>(
+const DirectoryEnvironment *const kEnvironment = static_cast<DirectoryEnvironment *>(
     testing::AddGlobalTestEnvironment(new DirectoryEnvironment));
 
 }  // namespace
 
 const std::string &directory() {
-  return environment->path();
+  return kEnvironment->path();
 }
 
 std::string uniqueName(const std::string &stem) {

@@ -1,0 +1,41 @@
+"""Prints the benchmarks of one run (Google Benchmark's JSON on standard input) as ratios.
+
+Of every benchmark the best repetition counts: what disturbs a measurement only makes it longer.
+"""
+import json
+import sys
+
+# Benchmark -> what it is compared with, and the unit that both are counted in.
+PEERS = {
+    "exportedCalls": "memcpyOfTheRecord",
+    "directEncoding": "memcpyOfTheRecord",
+    "flatBuffersStructs": "memcpyOfTheRecord",
+    "libmnlAttributes": "memcpyOfTheRecord",
+    "protobufMessage": "memcpyOfTheRecord",
+    "librarySend/5/real_time": "rawSend/5/real_time",
+    "librarySend/1/real_time": "rawSend/1/real_time",
+    "libraryRoundTrip/real_time": "rawRoundTrip/real_time",
+}
+
+
+def best_times(run):
+    best = {}
+    for row in run["benchmarks"]:
+        if row.get("run_type") != "iteration":
+            continue
+        if row.get("error_occurred"):
+            sys.exit(f"{row['name']}: {row.get('error_message')}")
+        name = row["run_name"]
+        best[name] = min(best.get(name, row["real_time"]), row["real_time"])
+    return best
+
+
+def main():
+    best = best_times(json.load(sys.stdin))
+    for name, time in sorted(best.items(), key=lambda item: item[1]):
+        peer = PEERS.get(name)
+        ratio = f"{time / best[peer]:7.2f} x {peer}" if peer in best else ""
+        print(f"{name:30} {time:10.2f} ns  {ratio}")
+
+
+main()
