@@ -14,6 +14,7 @@ PEERS = {
     "protobufMessage": "memcpyOfTheRecord",
     "librarySend/5/real_time": "rawSend/5/real_time",
     "librarySend/1/real_time": "rawSend/1/real_time",
+    "rawEpollRoundTrip/real_time": "rawRoundTrip/real_time",
     "libraryRoundTrip/real_time": "rawRoundTrip/real_time",
 }
 

@@ -15,10 +15,12 @@
  *   aclLibConfigPolicy(policy, vlan, port, 0, NULL);
  *
  * Results, unless a function says otherwise: 0 success; -1 transport failure, no connection or no
- * memory; -2 invalid argument or handle. What a call refuses changes nothing.
+ * memory; -2 invalid argument or handle. What a call refuses changes nothing, unless it says
+ * otherwise.
  *
- * Handles. Any integer may be given as a policy handle: one that is not a live policy is reported
- * on standard output as "<call>: Invalid policy handle <handle>" and the call returns -2. A rule
+ * Handles. Any integer may be given as a policy handle. Valid are those of policies that the
+ * library created and that still live, and of a caller's own records (see AclPolicy); any other one
+ * is reported on standard output as "<call>: Invalid policy handle <handle>" and gives -2. A rule
  * handle that is not the id of the rule being built (also when none is) is reported as "Invalid
  * rule handle <rule> for policy handle <policy>" and gives -2.
  *
@@ -61,7 +63,8 @@ typedef int32_t (*AclSendFn)(uint16_t type, const void *body, uint16_t length);
 /*
  * Told about every answer of the ACL manager, on the dispatcher's thread, with no lock held.
  *   body  one reply, big-endian: message code (unsigned 16-bit) at 0, status (signed 16-bit) at 2;
- *         valid during the call only. The library may have written into it.
+ *         valid during the call only. The library may have written into it. A reply that came
+ *         without a whole status is continued with zeros, so that both may always be read.
  */
 typedef void (*AclMsgCallback)(void *body);
 
@@ -69,7 +72,9 @@ typedef void (*AclMsgCallback)(void *body);
  * Told about the connection to the ACL manager, on the dispatcher's thread.
  *   peerId  the manager's peer, 0 when the connection was lost
  *   event   -121 connected, -112 lost
- * The result is not used.
+ * A loss passes two more arguments, which a handler that is written for four gets to see: the lost
+ * peer (uint32_t) and the packet that came with the event (PktBuf *, mostly null, not the handler's
+ * to free). The result is not used.
  */
 typedef int32_t (*AclConnectionHandler)(uint32_t peerId, int32_t event);
 
@@ -78,7 +83,21 @@ typedef struct AclListHead {
   struct AclListHead *next, *prev;
 } AclListHead;
 
-/* A policy. Callers may read it; the library writes it. Host byte order. */
+/*
+ * A policy. Host byte order. One that aclLibNewPolicy() created is the library's: callers may read
+ * it, the library writes and frees it.
+ *
+ * A caller may also keep a record of his own, zero-filled but for the fields he sets, and give its
+ * address as the handle: it is a policy while selfCheck holds that address, which must be aligned
+ * for an AclPolicy. The record and its buffer stay the caller's, who frees both; selfCheck must be
+ * cleared before the record ends. The library believes the fields:
+ *   Sending reads usedSize bytes of ruleBuffer; dumping as many as the larger of usedSize and
+ *   bufferSize.
+ *   Building rules makes a buffer where ruleBuffer is null, whatever the sizes say, by malloc().
+ *   Any other ruleBuffer must come from malloc(), calloc() or realloc(), since realloc() is called
+ *   on it. 1536 more bytes, zero-filled, must lie behind the larger of usedSize and bufferSize.
+ *   openRule must be null or lie at most usedSize bytes behind ruleBuffer.
+ */
 typedef struct AclPolicy {
   KvNode node;                 /* links of the policy store */
   char policyName[33];         /* NUL-terminated */
@@ -134,8 +153,8 @@ SWITCH_API AclPolicyHandle aclLibNewPolicy(const char *name) SWITCH_NOEXCEPT;
  *   name    NUL-terminated, its first 32 characters are kept; not inside this policy's ruleBuffer,
  *           which may move; null: "def-rule-<number of the rule>"
  *   ruleId  the rule's index, and the rule handle of the calls below
- * Returns ruleId; -1 when memory is exhausted or the rules would pass 4 GiB (nothing changed); -2
- * for an invalid handle.
+ * Returns ruleId as it is, so that 0xFFFFFFFF and 0xFFFFFFFE read as -1 and -2; -1 when memory is
+ * exhausted or the rules would pass 4 GiB (nothing changed); -2 for an invalid handle.
  * A rule's record should stay within 512 bytes. Longer ones are neither refused nor unsafe, but the
  * lengths in a record have 10 bits: beyond 1023 bytes they wrap, and the rule is garbled.
  */
@@ -182,7 +201,8 @@ SWITCH_API void aclLibDumpRules(AclPolicyHandle policy) SWITCH_NOEXCEPT;
  *
  *   policy, rule  the handles, checked in this order
  *   type          the condition's type code, where the call serves several
- *   data          the condition's value, copied as it is: as many bytes as stated, big-endian
+ *   data          the condition's value, copied as it is: as many bytes as stated, big-endian; not
+ *                 where the entry is written, at the end of the open rule's conditions or actions
  *
  * All return 0; -2 for a bad handle (with the message above), a type the call does not accept or
  * null data (silently). A policy is built by one thread at a time; data is not retained.
@@ -284,7 +304,7 @@ SWITCH_API int32_t aclLibAddRuleCondSrcPhysPort(AclPolicyHandle policy, uint32_t
 SWITCH_API int32_t aclLibAddRuleCondSrcPhysPortList(AclPolicyHandle policy, uint32_t rule,
                                                     const void *data) SWITCH_NOEXCEPT;
 
-/* DSCP (type 7). data: 2 bytes: value, mask. */
+/* DSCP (type 7), although the name says DCSP. data: 2 bytes: value, mask. */
 SWITCH_API int32_t aclLibAddRuleCondDCSP(AclPolicyHandle policy, uint32_t rule,
                                          const void *data) SWITCH_NOEXCEPT;
 
@@ -347,9 +367,9 @@ SWITCH_API int32_t aclLibConfigRuleCond(AclPolicyHandle policy, uint32_t rule,
 
 /*
  * Keeps the leading bits of an IPv6 address and clears the others.
- *   source        16 bytes, network order
+ *   source        16 bytes, network order; not null
  *   prefixLength  bits to keep; 128 or more keeps all
- *   destination   16 bytes; may be the same memory as source
+ *   destination   16 bytes, not null; may be the same memory as source, or overlap it
  * Thread-safe.
  */
 SWITCH_API void aclApplyIPv6Msk(const void *source, uint32_t prefixLength,
@@ -531,9 +551,11 @@ SWITCH_API int32_t transHandleSetPeer(TransHandle *handle, uint32_t peerId) SWIT
  *   length  bytes; an object of more than 65535 is dropped without an error
  *   flush   non-zero: send the packet at once
  * Returns 0 when the object was appended (and sent, where asked for), also when the packet is
- * queued; -1 without a peer and -2 for null data with a length, with nothing appended; or the
- * negative result of the messaging service, where -1 and -115 have dropped the packet with every
- * request in it. When one call sends twice, the result is that of the second packet. Aborts when
+ * queued; -1 without a peer or without a packet, else -2 for null data with a length, with nothing
+ * appended; or the negative result of the messaging service, where -1 and -115 have dropped the
+ * packet with every request in it. That packet is the one sent last: when one call sends twice, the
+ * result is that of the second packet; when it sends only to make room (flush 0), the result is
+ * that of the former packet, and the object waits in the next one whatever the result. Aborts when
  * there is no memory for a new packet.
  */
 SWITCH_API int32_t transHandleSend(TransHandle *handle, uint16_t type, const void *data,
@@ -541,9 +563,9 @@ SWITCH_API int32_t transHandleSend(TransHandle *handle, uint16_t type, const voi
 
 /*
  * Sends what has been appended.
- * Returns 0 when nothing had been; -1 without a peer; otherwise the messaging service's result as
- * it is: a positive byte count, -116 for a packet that was queued, or a failure (-1 and -115 have
- * dropped the packet). Aborts when there is no memory for a new packet.
+ * Returns 0 when nothing had been; -1 without a peer or without a packet; otherwise the messaging
+ * service's result as it is: a positive byte count, -116 for a packet that was queued, or a failure
+ * (-1 and -115 have dropped the packet). Aborts when there is no memory for a new packet.
  */
 SWITCH_API int32_t transHandleCommit(TransHandle *handle) SWITCH_NOEXCEPT;
 
@@ -583,8 +605,9 @@ SWITCH_API int32_t aclLibConnect(AclMsgCallback callback) SWITCH_NOEXCEPT;
  * Registers the process as a client of the ACL manager, with aclLibCallback() as its receive entry.
  *   ignored  not used
  *   handler  told about the connection; null keeps the handler there is
- * Returns 0 (also when the dispatcher does not take the registration yet: it is repeated every
- * second); -1 when the messaging service refuses the client or memory is exhausted.
+ * Returns 0; -1 when the messaging service refuses the client or memory is exhausted. A dispatcher
+ * that does not take the registration yet gives 0 too: it is repeated every second, and given up
+ * only when not even the repetition can be scheduled.
  */
 SWITCH_API int32_t aclLibInitClients(void *ignored, AclConnectionHandler handler) SWITCH_NOEXCEPT;
 
@@ -595,7 +618,11 @@ SWITCH_API int32_t aclLibInitClients(void *ignored, AclConnectionHandler handler
  */
 SWITCH_API int32_t aclLibConnectionEvent(uint32_t peerId, int32_t event) SWITCH_NOEXCEPT;
 
-/* Closes the connection to the ACL manager. Returns 0 whatever happened. */
+/*
+ * Closes the connection to the ACL manager. The dispatcher connects again by itself, under a new
+ * peer, which the connection handler is told; until then sending returns -1. Returns 0 whatever
+ * happened.
+ */
 SWITCH_API int32_t aclClosePeer(void) SWITCH_NOEXCEPT;
 
 /* Sets the messaging options of a peer: 2 to 1, 8 to 2, 3 to 100000. Returns the last result. */
@@ -704,7 +731,8 @@ SWITCH_API int32_t aclSendModifyRule(const char *name, uint32_t arg1, uint32_t a
  */
 SWITCH_API const char *aclTrace(uint32_t flags, const char *text) SWITCH_NOEXCEPT;
 
-/* Trace settings; null until the first aclTrace(), which points it at a record of zeros. */
+/* Trace settings; null until the first aclTrace(), which points it at a record of zeros. An
+ * application may point it at a record of its own, and change either one at any time. */
 SWITCH_API extern AclTraceState *aclState;
 
 /* The event component "ACL", its handle, and its catalogue of conditions. */

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -43,21 +44,46 @@ extern "C" void stopServer(int) {
   if (server != nullptr) swplatServerStop(server);
 }
 
-void handleSignals(void (*onStop)(int)) {
-  struct sigaction action = {};
-  action.sa_handler = onStop;
-  sigaction(SIGTERM, &action, nullptr);
-  sigaction(SIGINT, &action, nullptr);
-  // A reader of the log that goes away must not take the manager with it.
-  std::signal(SIGPIPE, SIG_IGN);
+constexpr int kStopSignals[] = {SIGTERM, SIGINT};
+
+// how: SIG_BLOCK or SIG_UNBLOCK.
+void maskStopSignals(int how) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : kStopSignals) sigaddset(&signals, signal);
+  pthread_sigmask(how, &signals, nullptr);
 }
+
+void handleStopSignals(void (*handler)(int)) {
+  struct sigaction action = {};
+  action.sa_handler = handler;
+  for (const int signal : kStopSignals) sigaction(signal, &action, nullptr);
+}
+
+// While it lives, SIGTERM and SIGINT stop a server, also those that came since the program began
+// and blocked them. Afterwards they are ignored, as the program is ending.
+class StopBySignal {
+ public:
+  explicit StopBySignal(SwplatServer &server) {
+    serverToStop = &server;
+    handleStopSignals(stopServer);
+    maskStopSignals(SIG_UNBLOCK);
+  }
+  ~StopBySignal() {
+    handleStopSignals(SIG_IGN);
+    serverToStop = nullptr;
+  }
+  StopBySignal(const StopBySignal &) = delete;
+  StopBySignal &operator=(const StopBySignal &) = delete;
+};
 
 // The manager over the host platform's server.
 class Daemon final : public aclmgr::Connections {
  public:
   explicit Daemon(aclmgr::RequestLog &log) : manager_(*this, log) {}
 
-  // Takes the component. Returns false with errno set when it cannot be served.
+  // Takes the component; signals stop the daemon from then on. Returns false with errno set when it
+  // cannot be served.
   bool open(std::uint32_t slot) {
     constexpr SwplatServerHandlers handlers = {
         .connected =
@@ -76,23 +102,18 @@ class Daemon final : public aclmgr::Connections {
               static_cast<Daemon *>(self)->manager_.disconnected(connection);
             }};
     server_.reset(swplatServerOpen(kComponent, slot, &handlers, this));
+    if (server_ != nullptr) stopBySignal_.emplace(*server_);
     return server_ != nullptr;
   }
 
   // Runs until a signal stops it. Returns false with errno set when it cannot go on.
-  bool run() {
-    serverToStop = server_.get();
-    handleSignals(stopServer);
-    const bool stopped = swplatServerRun(server_.get()) == 0;
-    handleSignals(SIG_IGN);
-    serverToStop = nullptr;
-    return stopped;
-  }
+  bool run() { return swplatServerRun(server_.get()) == 0; }
 
   bool send(std::uint32_t connection, std::span<const std::byte> packet) override {
-    constexpr std::int32_t kQueueFull = -115;
-    return swplatServerSend(server_.get(), connection, packet.data(),
-                            static_cast<std::uint32_t>(packet.size())) != kQueueFull;
+    constexpr std::int32_t kQueued = -116;
+    const std::int32_t result = swplatServerSend(server_.get(), connection, packet.data(),
+                                                 static_cast<std::uint32_t>(packet.size()));
+    return result >= 0 || result == kQueued;
   }
 
   void disconnect(std::uint32_t connection) noexcept override {
@@ -102,6 +123,7 @@ class Daemon final : public aclmgr::Connections {
  private:
   aclmgr::Manager manager_;
   ServerOwner server_;  // behind the manager, since closing it may still call the handlers
+  std::optional<StopBySignal> stopBySignal_;  // behind the server, which it may stop
 };
 
 // Tells what could not be done and why.
@@ -147,6 +169,10 @@ int parseAndServe(int argumentCount, char **arguments) {
 }  // namespace
 
 int main(int argumentCount, char **arguments) {
+  // Until there is something to stop: whoever sees the manager serve may already end it.
+  maskStopSignals(SIG_BLOCK);
+  // A reader of the log that goes away must not take the manager with it.
+  std::signal(SIGPIPE, SIG_IGN);
   try {
     return parseAndServe(argumentCount, arguments);
   } catch (const std::exception &error) {

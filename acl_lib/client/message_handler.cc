@@ -1,8 +1,10 @@
 // Everything that comes from the ACL manager: connection events, and messages of replies.
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 
 #include "acl_lib.h"
 #include "acl_lib/encoding/message_body.h"
@@ -75,8 +77,22 @@ void handleEvent(std::int32_t event, std::uint32_t peer, PktBuf *packet) noexcep
 }
 
 // Hands one reply to the application.
-void handleReply(void *body) noexcept {
+void callCallback(void *body) noexcept {
   if (const AclMsgCallback callback = loadShared(aclMsgCallback)) callback(body);
+}
+
+// What every callback may read of a reply: its code and its status.
+constexpr std::size_t kShortestReply = kStatusOffset + sizeof(std::int16_t);
+
+// Handles one reply where it lies; one that is too short for a status on a copy that zeros follow.
+void handleReply(void *body, std::size_t length) noexcept {
+  if (length >= kShortestReply) {
+    callCallback(body);
+    return;
+  }
+  alignas(std::max_align_t) std::array<std::byte, kShortestReply> extended{};
+  std::memcpy(extended.data(), body, length);
+  callCallback(extended.data());
 }
 
 }  // namespace
@@ -104,7 +120,9 @@ void aclMsgHandler(std::uint32_t /*peer*/, PktBuf *buffer, std::int32_t length,
   void *body;
   while (tlvGetObject(&reader, &type, &bodyLength, &body) == 0) {
     // A body without a whole code is no reply.
-    if (type == acl::kTlvReply && bodyLength >= acl::kMessageCodeWidth) acl::handleReply(body);
+    if (type == acl::kTlvReply && bodyLength >= acl::kMessageCodeWidth) {
+      acl::handleReply(body, bodyLength);
+    }
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <iterator>
+#include <mutex>
 
 #include "acl_lib.h"
 #include "acl_lib/transport/shared_word.h"
@@ -31,16 +32,25 @@ const char *prefixOf(std::uint32_t level) noexcept {
 }
 
 AclTraceState defaultState;
+constinit std::mutex installerMutex;  // held while defaultState is zeroed and installed
+
+// Installs a record of zeros. Only the thread that finds none installed zeroes the record, never
+// one that comes late: the application may have changed the settings since. While a record is
+// installed, no trace takes the mutex.
+const AclTraceState &installDefaults() noexcept {
+  const std::lock_guard guard(installerMutex);
+  if (const AclTraceState *installed = loadShared(aclState)) return *installed;
+  storeShared(defaultState.debugLevel, 0);
+  storeShared(defaultState.printLevel, 0);
+  storeShared(defaultState.cliHandle, 0);
+  return *setSharedIfNull(aclState, &defaultState);
+}
 
 // The settings in force; a record of zeros until someone provides others.
 const AclTraceState &settings() noexcept {
-  if (loadShared(aclState) == nullptr) {
-    storeShared(defaultState.debugLevel, 0);
-    storeShared(defaultState.printLevel, 0);
-    storeShared(defaultState.cliHandle, 0);
-    setSharedIfNull(aclState, &defaultState);
-  }
-  return *loadShared(aclState);
+  // Loaded once: it may be taken away or replaced at any time.
+  const AclTraceState *installed = loadShared(aclState);
+  return installed != nullptr ? *installed : installDefaults();
 }
 
 // What is too verbose for the trace buffer may still be printed and pushed: those have gates of

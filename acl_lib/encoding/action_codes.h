@@ -52,7 +52,7 @@ inline constexpr std::uint32_t kClassId1 = 62;
 inline constexpr std::uint32_t kClassId2 = 63;
 inline constexpr std::uint32_t kClassId3 = 64;
 inline constexpr std::uint32_t kAddVlan = 65;
-inline constexpr std::uint32_t kRedirectTunnel = 69;
+inline constexpr std::uint32_t kRedirect69 = 69;
 inline constexpr std::uint32_t kCpuQosToSnoop = 70;
 inline constexpr std::uint32_t kFlowGroupId = 71;
 

@@ -1,5 +1,5 @@
-// Type codes of condition entries. Codes without a name of their own
-// are accepted by the calls that take any code from the caller.
+// Type codes of condition entries. Codes without a name here may stand in a rule as well: the calls
+// that take any code from the caller accept them.
 #ifndef ACL_LIB_ENCODING_CONDITION_CODES_H
 #define ACL_LIB_ENCODING_CONDITION_CODES_H
 

@@ -75,8 +75,9 @@ struct EntryCall {
 // Returns a call's result for a type outside its set, after reporting it where the call does.
 [[gnu::cold]] std::int32_t refuseType(const EntryCall &call, std::uint32_t type) noexcept;
 
-// Returns the open record when one comparison each shows that both handles are right; null says
-// nothing. Any thread.
+// Returns the open record when a quick look, one comparison for each handle, finds both right. Null
+// when it does not: they may be right all the same, and checkOpenRule() decides. Prints nothing.
+// Any thread.
 inline std::byte *openRecordQuickly(AclPolicyHandle handle, std::uint32_t rule) noexcept {
   if (!isLivePolicyInFront(handle)) [[unlikely]]
     return nullptr;

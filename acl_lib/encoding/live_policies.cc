@@ -44,8 +44,8 @@ constexpr std::size_t kSlotsPerPolicy = 4;
 constinit std::array<Slot, std::size_t{1} << kFirstTableBits> firstSlots{};
 constinit const Table kFirstTable{firstSlots.data(), kFirstTableBits, nullptr};
 
-// Replaced tables are never freed, since a reader may still be in one; each is a quarter of the
-// next.
+// Tables that were replaced are never freed, since a reader may still be in one. Each has a quarter
+// of the next one's slots, so that all of them together take less than the current one.
 constinit std::atomic<const Table *> currentTable = &kFirstTable;
 
 constinit std::mutex writerMutex;  // guards the writing of front and tables, and policyCount
@@ -101,6 +101,7 @@ constinit PolicyFront livePolicyFront{1};
 bool isLivePolicy(AclPolicyHandle handle) noexcept {
   const auto wanted = static_cast<std::uintptr_t>(handle);
   if (wanted == 0) return false;
+  if (isLivePolicyInFront(handle)) return true;
   const Table &table = *currentTable.load(std::memory_order_acquire);
   std::size_t slot = table.home(wanted);
   // Writers that move handles about could keep a reader going round: one round is enough.
@@ -129,14 +130,15 @@ bool registerPolicy(AclPolicy *policy) noexcept {
   return true;
 }
 
-void forgetPolicy(const AclPolicy *policy) noexcept {
+bool forgetPolicy(const AclPolicy *policy) noexcept {
   const std::scoped_lock lock(writerMutex);
   const Table *table = currentTable.load(std::memory_order_relaxed);
   const std::size_t slot = table->find(handleOf(policy));
-  if (table->at(slot) == 0) return;
+  if (table->at(slot) == 0) return false;
   removeAt(*table, slot);
   --policyCount;
   removeFromFront(handleOf(policy));
+  return true;
 }
 
 }  // namespace acl

@@ -38,15 +38,16 @@ inline bool isLivePolicyInFront(AclPolicyHandle handle) noexcept {
          wanted;
 }
 
-// Tells whether a handle is a live policy's, as described above for a reader that meets a writer.
-// Any thread.
+// Tells whether a handle is a live policy's, by the front and then by the table, as described above
+// for a reader that meets a writer. Any thread.
 bool isLivePolicy(AclPolicyHandle handle) noexcept;
 
 // Makes a policy known. Returns false, with nothing changed, when memory is exhausted. Any thread.
 bool registerPolicy(AclPolicy *policy) noexcept;
 
-// Makes a policy unknown; one that is not known is ignored. Any thread.
-void forgetPolicy(const AclPolicy *policy) noexcept;
+// Makes a policy unknown. Returns whether it was known: only one of two calls gets true. Any
+// thread.
+bool forgetPolicy(const AclPolicy *policy) noexcept;
 
 }  // namespace acl
 

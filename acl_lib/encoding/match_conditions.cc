@@ -52,6 +52,7 @@ constexpr EntryCall kSrcPhysPort{
     "aclLibAddRuleCondSrcPhysPort", {condition::kSourcePhysicalPort}, 4};
 constexpr EntryCall kSrcPhysPortList{
     "aclLibAddRuleCondSrcPhysPortList", {condition::kSourcePhysicalPortList}, 64};
+// The published name of the call has its letters in this order, and so have its messages.
 constexpr EntryCall kDscp{"aclLibAddRuleCondDCSP", {condition::kDscp}, 2};
 constexpr EntryCall kVxlanVni{"aclLibAddRuleCondVXLANVni", {condition::kVxlanVni}, 8};
 constexpr EntryCall kTos{"aclLibAddRuleCondTOS", {condition::kTos}, 2};

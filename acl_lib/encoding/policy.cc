@@ -54,7 +54,7 @@ void writeRuleHeader(std::byte *record, const char *name, std::uint32_t ruleId,
   storeBig(record + kRuleIdOffset, ruleId);
   RuleWord word = RuleWord::of(record);
   word.reset();
-  word.clearOpenFlag();
+  word.clearFlagOnOpen();
   word.storeTo(record);
   if (name == nullptr) {
     writeDefaultName(record + kRuleNameOffset, ruleNumber);
@@ -88,6 +88,7 @@ int32_t aclLibNewRule(AclPolicyHandle handle, const char *name, uint32_t ruleId)
   policy->openRule = reinterpret_cast<uint8_t *>(record);
   ++policy->ruleCount;
   acl::writeRuleHeader(record, name, ruleId, policy->ruleCount);
+  // As it is, on purpose: 0xFFFFFFFF and 0xFFFFFFFE are valid ids that look like errors.
   return static_cast<int32_t>(ruleId);
 }
 

@@ -38,9 +38,17 @@ bool hasOpenRule(AclPolicyHandle handle) noexcept {
 }
 
 void destroyPolicy(AclPolicy *policy) noexcept {
-  if (policy == nullptr) return;
-  forgetPolicy(policy);
-  policy->selfCheck = nullptr;
+  if (!forgetPolicy(policy)) {
+    // A caller's own record, which stays his; or one that ended before, which must not be touched.
+    if (findPolicy(reinterpret_cast<AclPolicyHandle>(policy)) != nullptr) {
+      policy->selfCheck = nullptr;
+    }
+    return;
+  }
+  // Volatile, because optimising compilers drop a store to memory that is freed next. The handle of
+  // the freed record would then still be accepted: its bytes are all that tells.
+  AclPolicy *volatile &selfCheck = policy->selfCheck;
+  selfCheck = nullptr;
   std::free(policy->ruleBuffer);
   std::free(policy);
 }

@@ -3,7 +3,7 @@
 // A handle is the address of an AclPolicy whose selfCheck holds that same address. Policies that
 // the library created are known (live_policies.h) and take no more than a look-up. Everything else
 // is read without risk of a fault first; a caller's own record with the right selfCheck is a policy
-// too. Such a record must obey the rules of rule_buffer.h.
+// too. What such a record must be is said with AclPolicy in acl_lib.h.
 #ifndef ACL_LIB_ENCODING_POLICY_HANDLE_H
 #define ACL_LIB_ENCODING_POLICY_HANDLE_H
 
@@ -48,8 +48,10 @@ inline AclPolicy *checkPolicy(AclPolicyHandle handle, const char *callName) noex
 // where no record can be read. Prints nothing. Any thread.
 bool hasOpenRule(AclPolicyHandle handle) noexcept;
 
-// Ends a policy: its handle becomes invalid, its rule buffer and its record are freed. Null is a
-// no-op. The policy must not be in the policy store any more, nor in use by another thread.
+// Ends a policy: its handle becomes invalid. Frees the rule buffer and the record of a policy that
+// the library created; a caller's own record only loses its selfCheck and stays the caller's, with
+// its buffer. Ignored for null and for a policy that has been ended already. The policy must not be
+// in the policy store any more, nor in use by another thread.
 void destroyPolicy(AclPolicy *policy) noexcept;
 
 }  // namespace acl

@@ -36,12 +36,13 @@ constexpr EntryCall kCpuQosSdn{
     1,
     TypeRefusal::kBadSelector};
 constexpr EntryCall kRedirect{
-    "aclLibConfigActionRedirect", {action::kRedirect, action::kRedirectTunnel}, 4};
+    "aclLibConfigActionRedirect", {action::kRedirect, action::kRedirect69}, 4};
 constexpr EntryCall kReplaceMacDa{
     "aclLibConfigActionReplaceMacda", {action::kReplaceDestinationMac}, 6};
 constexpr EntryCall kReplaceMacSa{"aclLibConfigActionReplaceMacsa", {action::kReplaceSourceMac}, 6};
 constexpr EntryCall kReplaceVid{"aclLibConfigActionReplaceVid", {action::kReplaceVlan}, 4};
 constexpr EntryCall kAddVid{"aclLibConfigActionAddVid", {action::kAddVlan}, 4};
+// Two calls for the same entry, on purpose: callers use either name.
 constexpr EntryCall kDot1p{"aclLibConfigActionDot1p", {action::kDot1p}, 4};
 constexpr EntryCall kDot1pReplaceValue{"aclLibConfigActionDot1pReplaceValue", {action::kDot1p}, 4};
 constexpr EntryCall kSVidEtherType{
@@ -65,8 +66,8 @@ constexpr std::uint32_t sdnType(std::uint32_t selector) noexcept {
 }
 
 constexpr std::uint32_t redirectType(std::uint32_t selector) noexcept {
-  constexpr std::uint32_t kTunnelSelector = 179;
-  return selector == kTunnelSelector ? action::kRedirectTunnel : action::kRedirect;
+  constexpr std::uint32_t kRedirectSelector179 = 179;
+  return selector == kRedirectSelector179 ? action::kRedirect69 : action::kRedirect;
 }
 
 }  // namespace

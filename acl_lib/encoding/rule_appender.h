@@ -23,7 +23,8 @@ inline constexpr std::uint32_t kEntrySize = kEntryHeaderSize + paddedLength(Widt
 // Writes one entry; the padding behind its data is left as it is.
 //   entry  where it goes
 //   type   its low 16 bits are stored
-//   data   `Width` bytes, copied; not read when that is 0
+//   data   `Width` bytes, copied; not read when that is 0. They do not overlap the entry: a copy
+//          that allows for it would be a call for the larger widths.
 template <std::uint32_t Width>
 [[gnu::always_inline]] inline void writeEntry(std::byte *entry, std::uint32_t type,
                                               const void *data) noexcept {

@@ -39,6 +39,7 @@ std::byte *allocateFirstBlock(AclPolicy &policy) noexcept {
   if (block == nullptr) return nullptr;
   policy.ruleBuffer = block;
   policy.bufferSize = kBufferStep;
+  policy.usedSize = 0;  // no rule was anywhere, whatever a caller's own record shows
   return reinterpret_cast<std::byte *>(block);
 }
 

@@ -10,7 +10,8 @@
 // Both hold after every call, also after refused ones. They keep every access inside the block: the
 // 10-bit lengths of a record, wrapped or not, point at most 1023 bytes behind its start, and the
 // largest entry takes kLargestEntrySize bytes there; an encoded rule of a dynamic-rule request is
-// copied from a record's start with 816 bytes. Whoever hands in a record of his own keeps them too.
+// copied from a record's start with 816 bytes. A caller's own record that rules are built in must
+// keep them too; see AclPolicy in acl_lib.h.
 #ifndef ACL_LIB_ENCODING_RULE_BUFFER_H
 #define ACL_LIB_ENCODING_RULE_BUFFER_H
 
@@ -50,7 +51,9 @@ std::byte *growForNextRule(AclPolicy &policy, std::int64_t usedSize) noexcept;
 inline std::byte *placeNextRule(AclPolicy &policy) noexcept {
   const std::uint32_t openLength = openRuleLength(policy);
   const std::int64_t usedSize = std::int64_t{policy.usedSize} + openLength;
-  if (policy.bufferSize - usedSize < kRoomForRule) [[unlikely]] {
+  // A caller's own record may show a size although it has no block. An open rule lies in one.
+  const bool hasBlock = policy.openRule != nullptr || policy.ruleBuffer != nullptr;
+  if (!hasBlock || policy.bufferSize - usedSize < kRoomForRule) [[unlikely]] {
     return detail::growForNextRule(policy, usedSize);
   }
   policy.usedSize = static_cast<std::uint32_t>(usedSize);

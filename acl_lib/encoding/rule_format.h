@@ -67,7 +67,7 @@ class RuleWord {
 
   // Both lengths as in a record without entries; the other bits stay.
   constexpr void reset() noexcept { bits_ = (bits_ & ~kLengthBits) | kEmptyRecord; }
-  constexpr void clearOpenFlag() noexcept { bits_ &= ~kOpenFlag; }
+  constexpr void clearFlagOnOpen() noexcept { bits_ &= ~kFlagClearedOnOpen; }
 
   // Makes room for one more entry of `size` bytes; lengths wrap within their 10 bits.
   constexpr void growByCondition(std::uint32_t size) noexcept {
@@ -80,14 +80,16 @@ class RuleWord {
   static constexpr std::uint32_t kActionOffsetShift = 10;
   static constexpr std::uint32_t kLengthBits = 0xFFFFF;
   static constexpr std::uint32_t kTopBits = 0x80200;
-  static constexpr std::uint32_t kOpenFlag = 1U << 28;
+  static constexpr std::uint32_t kFlagClearedOnOpen = 1U << 28;
   static constexpr std::uint32_t kEmptyRecord =
       (kRuleHeaderSize << kActionOffsetShift) | kRuleHeaderSize;
   static_assert(kEmptyRecord == 0xC030);
 
-  // Adds to both lengths at once. In a record under 512 bytes no length can wrap and a plain sum
-  // will do: each entry waits for the word of the one before it, so that every step counts.
-  // Otherwise the top bits are added without carry, by exclusive or: each length wraps by itself.
+  // Adds to both lengths at once. While both lengths and what is added are below 512, neither can
+  // wrap, and a plain sum will do. Otherwise the lengths' top bits are added without carry, by
+  // exclusive or, so that each wraps by itself. The plain sum is there for its latency: an entry is
+  // placed by the word that the entry before it stored, so that the time from one word to the next
+  // adds up over a whole rule.
   constexpr void addToLengths(std::uint32_t sizes) noexcept {
     if (((bits_ | sizes) & kTopBits) == 0) [[likely]] {
       bits_ += sizes;

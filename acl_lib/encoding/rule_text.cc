@@ -17,7 +17,7 @@ class EntryData {
  public:
   explicit EntryData(std::span<const std::byte> data) noexcept : data_(data) {}
 
-  template <std::unsigned_integral Number>
+  template <std::integral Number>
   Number number(std::size_t offset) const noexcept {
     std::array<std::byte, sizeof(Number)> bytes{};
     if (offset < data_.size()) {
@@ -46,11 +46,11 @@ struct TextRow {
   const char *format;
 };
 
-// Which number a format's next conversion shows; the formats' %d of a word wider than 16 bits is
-// signed, narrower ones cannot be negative.
-template <std::unsigned_integral Number, std::size_t Offset>
+// Which number a format's next conversion shows. For 32 bits the two must match: Signed32 goes with
+// %d and Word32 with %x. Narrower ones become an int that cannot be negative, and go with both.
+template <std::integral Number, std::size_t Offset>
 struct At {
-  static unsigned of(const EntryData &data) noexcept { return data.number<Number>(Offset); }
+  static Number of(const EntryData &data) noexcept { return data.number<Number>(Offset); }
 };
 template <std::size_t Offset>
 using Byte = At<std::uint8_t, Offset>;
@@ -58,6 +58,8 @@ template <std::size_t Offset>
 using Word16 = At<std::uint16_t, Offset>;
 template <std::size_t Offset>
 using Word32 = At<std::uint32_t, Offset>;
+template <std::size_t Offset>
+using Signed32 = At<std::int32_t, Offset>;
 
 // Shows the given numbers.
 template <typename... Numbers>
@@ -93,7 +95,7 @@ void macAndMask(std::FILE *out, const char *label, const EntryData &data) noexce
 // stand in the table.
 void vlanRange(std::FILE *out, const char *label, const EntryData &data) noexcept {
   std::fputs(label, out);
-  numbers<Word32<0>, Word32<4>, Word32<8>>(out, "vid[0] %d vid[1] %d mask %d ", data);
+  numbers<Signed32<0>, Signed32<4>, Signed32<8>>(out, "vid[0] %d vid[1] %d mask %d ", data);
 }
 
 void hexBytes(std::FILE *out, const EntryData &data, std::size_t offset,
@@ -156,7 +158,7 @@ void group(std::FILE *out, const char *format, const EntryData &data) noexcept {
     std::fprintf(out, "%s ", (word & pair.on) != 0 ? pair.onWord : pair.offWord);
   }
   if ((word & action::kGroupQueuePresent) != 0) {
-    std::fprintf(out, "QP%d ", word & action::kGroupQueueMask);
+    std::fprintf(out, "QP%d ", static_cast<int>(word & action::kGroupQueueMask));
   }
   std::fputs("]", out);
 }
@@ -166,7 +168,7 @@ constexpr auto kConditionTexts = std::to_array<TextRow>({
     {condition::kSourceIPv4, numbers<Word32<0>, Word32<4>>, "CONDITION: SRCADDR 0x%x/0x%x "},
     {condition::kDestinationIPv4, numbers<Word32<0>, Word32<4>>, "CONDITION: DSTADDR 0x%x/0x%x "},
     {condition::kProtocol, numbers<Byte<0>, Byte<1>>, "CONDITION: PROTO %d MASK 0x%.2x "},
-    {condition::kIPOptions, numbers<Word32<0>>, "CONDITION: option %d"},
+    {condition::kIPOptions, numbers<Signed32<0>>, "CONDITION: option %d"},
     {condition::kL4SourcePort, numbers<Word16<0>, Word16<2>, Word16<4>>,
      "CONDITION: SRC_PORT [%d %d] MASK 0x%.4x"},
     {condition::kL4DestinationPort, numbers<Word16<0>, Word16<2>, Word16<4>>,
@@ -182,6 +184,7 @@ constexpr auto kConditionTexts = std::to_array<TextRow>({
     {condition::kVlanId, vlanRange, "CONDITION: VID"},
     {condition::kDot1p, vlanRange, "CONDITION: DOT1P"},
     {condition::kIpOffset, ipOffset, "CONDITION: IP-OFFSET %d -> %d "},
+    // No blank behind "slot": people and scripts know the line as it is.
     {condition::kSlotPortRange, numbers<Byte<0>, Word16<2>, Word16<4>, Word16<6>>,
      "CONDITION: SLOT_PORT dir %d slot%d ports[0] %d ports[1] %d "},
     {condition::kOuterVlanId, vlanRange, "CONDITION: SVID "},
@@ -203,11 +206,12 @@ constexpr auto kConditionTexts = std::to_array<TextRow>({
     {condition::kSourcePhysicalPort, numbers<Word16<0>, Word16<2>>,
      "CONDITION: SRC_PHYS_PORT slot:port %d:%d "},
     {condition::kSourcePhysicalPortList, text, "CONDITION: SRC_PHYS_PORT_LIST port_list %.*s "},
-    {condition::kClassId, numbers<Word32<4>, Byte<0>>, "CONDITION: clss-id %d type %d"},
+    // "clss-id", and the id before its type although that comes first in the data: as above.
+    {condition::kClassId, numbers<Signed32<4>, Byte<0>>, "CONDITION: clss-id %d type %d"},
     {condition::kVxlanVni, numbers<Word32<0>, Word32<4>>, "CONDITION: VXLANVNI 0x%x/0x%x "},
     {condition::kOspf, numbers<Byte<0>, Byte<1>>, "CONDITION: OSPF version %d type %d"},
     {condition::kPim, numbers<Byte<0>>, "CONDITION: PIM type %d"},
-    {condition::kDebugAcl, numbers<Word32<0>, Word32<4>, Word32<8>>,
+    {condition::kDebugAcl, numbers<Signed32<0>, Word32<4>, Word32<8>>,
      "DEBUG-CONDITION: %d, p1 0x%x, p2 0x%x"},
 });
 
@@ -231,9 +235,9 @@ constexpr auto kActionTexts = std::to_array<TextRow>({
     {action::kTunnelVlan, numbers<Word16<0>>, "ACTION: TVID %d "},
     {action::kDot1ahEncap, text, "ACTION: ENCAP for svlan %.*s "},
     {action::kDot1ahDecap, text, "ACTION: DECAP for svlan %.*s "},
-    {action::kLagHash, numbers<Word32<0>>, "ACTION: LAG_HASH %d "},
-    {action::kFloodListDefine, numbers<Word32<0>>, "ACTION: FLOOD_LIST_DEFINE %d "},
-    {action::kFloodListUse, numbers<Word32<0>>, "ACTION: FLOOD_LIST_USE %d "},
+    {action::kLagHash, numbers<Signed32<0>>, "ACTION: LAG_HASH %d "},
+    {action::kFloodListDefine, numbers<Signed32<0>>, "ACTION: FLOOD_LIST_DEFINE %d "},
+    {action::kFloodListUse, numbers<Signed32<0>>, "ACTION: FLOOD_LIST_USE %d "},
     {action::kRedirectName, text, "ACTION: redirect-name %.*s "},
     {action::kCpuCopyDropSdnMiss, fixed, "ACTION: CPU-copy and drop SDN miss on"},
     {action::kCpuCopyDropSdnAction, fixed, "ACTION: CPU-copy and drop SDN action on"},

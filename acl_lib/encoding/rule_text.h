@@ -15,9 +15,8 @@ namespace acl {
 // Prints the text of one condition, without a newline.
 //   out   not null
 //   type  condition type code; a code without a text prints nothing
-//   data  the entry's data, padding included. Data that is shorter than the text needs is read as
-//   if
-//         zeros followed; text ends at its NUL or with the data. No byte outside is read.
+//   data  the entry's data, padding included; no byte outside is read. Numbers beyond its end read
+//         as zero, text ends at its NUL or with the data.
 // Thread-safe as far as `out` is.
 void printConditionText(std::FILE *out, std::uint32_t type,
                         std::span<const std::byte> data) noexcept;

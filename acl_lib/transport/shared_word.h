@@ -26,13 +26,14 @@ void storeShared(Word &word, std::type_identity_t<Word> value) noexcept {
   __atomic_store_n(&word, value, __ATOMIC_RELEASE);
 }
 
-// Sets a null pointer; one that another thread has set meanwhile stays.
+// Sets a null pointer; one that another thread has set meanwhile stays. Returns what it then is.
 template <typename Pointer>
   requires std::is_pointer_v<Pointer>
-void setSharedIfNull(Pointer &pointer, std::type_identity_t<Pointer> value) noexcept {
-  Pointer expected = nullptr;
-  __atomic_compare_exchange_n(&pointer, &expected, value, false, __ATOMIC_ACQ_REL,
-                              __ATOMIC_ACQUIRE);
+Pointer setSharedIfNull(Pointer &pointer, std::type_identity_t<Pointer> value) noexcept {
+  Pointer present = nullptr;
+  const bool wasNull = __atomic_compare_exchange_n(&pointer, &present, value, false,
+                                                   __ATOMIC_ACQ_REL, __ATOMIC_ACQUIRE);
+  return wasNull ? value : present;
 }
 
 }  // namespace acl

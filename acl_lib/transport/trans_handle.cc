@@ -118,9 +118,9 @@ std::int32_t transHandleSetPeer(TransHandle *handle, std::uint32_t peerId) noexc
 std::int32_t transHandleSend(TransHandle *handle, std::uint16_t type, const void *data,
                              std::uint32_t length, std::int32_t flush) noexcept {
   TransHandle &target = acl::checkedHandle(handle);
-  if (data == nullptr && length != 0) return acl::kNoData;
   const acl::HandleLock lock(target);
   if (!acl::hasPeer(target) || target.packet == nullptr) return -1;
+  if (data == nullptr && length != 0) return acl::kNoData;
   std::int32_t result = 0;
   // Whether the packet is empty makes no difference: an object that is longer than a packet sends
   // an empty one first and then goes into the tailroom of the next.

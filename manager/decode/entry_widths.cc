@@ -128,7 +128,7 @@ constexpr auto kActionWidths = std::to_array<WidthRow>({
     {action::kClassId2, 2},
     {action::kClassId3, 2},
     {action::kAddVlan, 4},
-    {action::kRedirectTunnel, 4},
+    {action::kRedirect69, 4},
     {action::kCpuQosToSnoop, 1},
     {action::kFlowGroupId, 4},
     // Actions without a value that have no name of their own.

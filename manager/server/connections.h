@@ -13,8 +13,8 @@ class Connections {
  public:
   virtual ~Connections() = default;
 
-  // Sends one packet without blocking; to a client that is gone, nothing. Returns false when the
-  // client has left too many packets unread and this one is not taken.
+  // Sends one packet without blocking. Returns false when it is not taken: the client has left too
+  // many packets unread, or is gone.
   virtual bool send(std::uint32_t connection, std::span<const std::byte> packet) = 0;
 
   // Closes a connection. Manager::disconnected() follows, now or later.

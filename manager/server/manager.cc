@@ -32,15 +32,15 @@ void Manager::connected(std::uint32_t connection, Peer peer) noexcept {
   try {
     state_.peers.add(connection, std::move(peer));
   } catch (const std::exception &) {
-    connections_.disconnect(connection);
+    closeWithoutMemory(connection);
   }
 }
 
 void Manager::received(std::uint32_t connection, std::span<const std::byte> packet) noexcept {
   try {
     serve(connection, packet);
-  } catch (const std::exception &) {  // out of memory: not even a refusal can be answered
-    connections_.disconnect(connection);
+  } catch (const std::exception &) {  // not even a refusal can be answered
+    closeWithoutMemory(connection);
   }
 }
 
@@ -53,7 +53,7 @@ void Manager::serve(std::uint32_t connection, std::span<const std::byte> packet)
   const auto requests = requestsOf(packet);
   if (!requests) return close(connection, "malformed packet: " + requests.refusal().reason);
   for (const std::span<const std::byte> body : requests.value()) {
-    if (!serveRequest(connection, body)) return close(connection, "it does not read its answers");
+    if (!serveRequest(connection, body)) return close(connection, "it does not take its answers");
   }
 }
 
@@ -71,6 +71,11 @@ bool Manager::serveRequest(std::uint32_t connection, std::span<const std::byte> 
 void Manager::close(std::uint32_t connection, std::string_view reason) {
   log_.notice(
       fmt::format("closed {}: {}", peerText(connection, state_.peers.find(connection)), reason));
+  connections_.disconnect(connection);
+}
+
+void Manager::closeWithoutMemory(std::uint32_t connection) noexcept {
+  log_.noticeWithoutMemory("closed a connection: out of memory");
   connections_.disconnect(connection);
 }
 

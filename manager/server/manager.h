@@ -38,6 +38,7 @@ class Manager {
   // Returns false when the client can no longer be answered.
   bool serveRequest(std::uint32_t connection, std::span<const std::byte> body);
   void close(std::uint32_t connection, std::string_view reason);
+  void closeWithoutMemory(std::uint32_t connection) noexcept;
 
   Connections &connections_;
   RequestLog &log_;

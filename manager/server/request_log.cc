@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <memory>
 #include <new>
 #include <span>
 
@@ -17,34 +16,61 @@ constexpr bool isPrintable(char character) {
   return character >= ' ' && character <= '~';
 }
 
-using PrintEntry = void (*)(std::FILE *out, std::uint32_t type, std::span<const std::byte> data);
-
-// Returns what a printer of rule_text.h prints. Texts may hold what a client sent, so what is not
-// printable becomes a question mark.
-std::string entryText(PrintEntry print, const Entry &entry) {
-  char *text = nullptr;
-  std::size_t length = 0;
-  std::FILE *out = ::open_memstream(&text, &length);
-  if (out == nullptr) throw std::bad_alloc();
-  print(out, entry.type, entry.value);
-  std::fclose(out);
-  const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
-  std::string result(text, length);
-  std::ranges::replace_if(result, [](char character) { return !isPrintable(character); }, '?');
-  return result;
+// Replaces what is not printable: texts inside rules are a client's, and must not forge lines.
+std::string printable(std::string text) {
+  std::ranges::replace_if(text, [](char character) { return !isPrintable(character); }, '?');
+  return text;
 }
 
+using PrintEntry = void (*)(std::FILE *out, std::uint32_t type, std::span<const std::byte> data);
+
+// Turns what the printers of rule_text.h print into strings, through one stream for all of them.
+class EntryPrinter {
+ public:
+  EntryPrinter() : stream_(::open_memstream(&text_, &length_)) {
+    if (stream_ == nullptr) throw std::bad_alloc();
+  }
+  ~EntryPrinter() {
+    std::fclose(stream_);
+    std::free(text_);
+  }
+  EntryPrinter(const EntryPrinter &) = delete;
+  EntryPrinter &operator=(const EntryPrinter &) = delete;
+
+  // Returns the words for one entry; none for one without a text of its own.
+  std::string wordsOf(const Entry &entry, PrintEntry print) {
+    if (std::fseek(stream_, 0, SEEK_SET) != 0) throw std::bad_alloc();
+    print(stream_, entry.type, entry.value);
+    // The printers' results are not seen, but the stream remembers a failure.
+    if (std::fflush(stream_) != 0 || std::ferror(stream_) != 0) throw std::bad_alloc();
+    return printable({text_, length_});
+  }
+
+ private:
+  char *text_ = nullptr;
+  std::size_t length_ = 0;
+  std::FILE *stream_;
+};
+
 // Entries without a text of their own are shown by their type.
-void appendEntries(std::string &text, const std::vector<Entry> &entries, PrintEntry print,
-                   std::string_view kind) {
+void appendEntries(std::string &text, EntryPrinter &printer, const std::vector<Entry> &entries,
+                   PrintEntry print, std::string_view kind) {
   for (const Entry &entry : entries) {
-    const std::string words = entryText(print, entry);
+    const std::string words = printer.wordsOf(entry, print);
     if (words.empty()) {
-      text += fmt::format("    {} type {}, {} bytes\n", kind, entry.type, entry.value.size());
+      text += fmt::format("    {}: type {}, {} bytes\n", kind, entry.type, entry.value.size());
     } else {
       text += fmt::format("    {}\n", words);
     }
   }
+}
+
+std::string ruleText(EntryPrinter &printer, const Rule &rule) {
+  std::string text = fmt::format("  Rule Name: {} Index: {}\n", printable(rule.name),
+                                 static_cast<std::int32_t>(rule.id));
+  appendEntries(text, printer, rule.conditions, acl::printConditionText, "CONDITION");
+  appendEntries(text, printer, rule.actions, acl::printActionText, "ACTION");
+  return text;
 }
 
 void write(std::FILE *out, const std::string &text) {
@@ -76,11 +102,14 @@ std::string quoted(std::string_view text) {
 }
 
 std::string rulesText(const std::vector<Rule> &rules) {
+  EntryPrinter printer;
   std::string text;
-  for (const Rule &rule : rules) {
-    text += fmt::format("  rule {} index {}\n", quoted(rule.name), rule.id);
-    appendEntries(text, rule.conditions, acl::printConditionText, "CONDITION:");
-    appendEntries(text, rule.actions, acl::printActionText, "ACTION:");
+  for (std::size_t shown = 0; shown < rules.size(); ++shown) {
+    const std::string rule = ruleText(printer, rules[shown]);
+    if (text.size() + rule.size() > kMaxRulesText) {
+      return text + fmt::format("  {} more rules are left out\n", rules.size() - shown);
+    }
+    text += rule;
   }
   return text;
 }
@@ -102,6 +131,11 @@ void RequestLog::request(const std::string &from, std::string_view codeName,
 
 void RequestLog::notice(const std::string &line) {
   write(notices_, fmt::format("aclmgrd: {}\n", line));
+}
+
+void RequestLog::noticeWithoutMemory(const char *line) noexcept {
+  std::fprintf(notices_, "aclmgrd: %s\n", line);
+  std::fflush(notices_);
 }
 
 }  // namespace aclmgr

@@ -2,6 +2,7 @@
 #ifndef MANAGER_SERVER_REQUEST_LOG_H
 #define MANAGER_SERVER_REQUEST_LOG_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
@@ -24,14 +25,19 @@ struct Answer {
 // What one request says, collected while it is handled.
 struct RequestText {
   std::string fields;  // policy name and other fields, on one line
-  std::string rules;   // one line per rule, condition and action; only filled when it is wanted
+  std::string rules;   // see rulesText(); only filled when it is wanted
 };
 
 // Returns a text between quotation marks, with everything unprintable escaped: names come from
 // clients and must not be able to forge lines.
 std::string quoted(std::string_view text);
 
-// Returns rules as indented lines, in the words of rule_text.h.
+// Bytes of text that the rules of one request are shown in at most.
+inline constexpr std::size_t kMaxRulesText = std::size_t{1024} * 1024;
+
+// Returns rules as indented lines, in the words of aclLibDumpRules(); entries that it has no words
+// for are shown by their type. Where kMaxRulesText would be passed, the remaining rules are left
+// out, and a last line says how many. May throw std::bad_alloc.
 std::string rulesText(const std::vector<Rule> &rules);
 
 // Returns who is at the other end of a connection: connection 3 ("stpd", pid 812).
@@ -53,6 +59,9 @@ class RequestLog {
 
   // Shows one line to whoever runs the manager.
   void notice(const std::string &line);
+
+  // The same for when there is no memory to put a line together.
+  void noticeWithoutMemory(const char *line) noexcept;
 
  private:
   std::FILE *requests_;

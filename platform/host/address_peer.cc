@@ -1,7 +1,5 @@
 #include "platform/host/address_peer.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
@@ -42,6 +40,7 @@ int connectNow(Peer &peer) noexcept {
     return errno;
   }
   state.notice = state.link == Link::kIdle ? MSGBUS_CONTROL_CONNECTED : MSGBUS_CONTROL_RESTORED;
+  state.receiveWait = {};  // nothing is set at the new socket yet
   state.backoff.reset();
   setLink(peer, Link::kConnected);
   return 0;
@@ -112,17 +111,31 @@ int64_t receiveLeft(Peer &peer, PktBuf &packet) {
   return 0;
 }
 
-// Waits, unlocked, until the socket has something to read or the time is up.
-void waitForPacket(LockedPeer &peer, Clock::duration wait) {
+// Receives from the connected socket, waiting unlocked for as long as there is nothing. One system
+// call does both: the answer to a request usually comes while its sender waits for it.
+int64_t receiveWithin(LockedPeer &peer, PktBuf &packet, Clock::duration wait) {
   const std::shared_ptr<FileDescriptor> socket = peer->socket;
+  const auto rounded = std::chrono::ceil<std::chrono::microseconds>(wait);
+  if (rounded <= std::chrono::microseconds::zero()) {
+    return tryReceive(socket->number(), packet.data, packet.capacity);
+  }
+  if (peer->addressState->receiveWait != rounded) {
+    setReceiveWait(socket->number(), rounded);
+    peer->addressState->receiveWait = rounded;
+  }
   peer.lock().unlock();
-  const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(wait).count();
-  timespec limit = {};
-  limit.tv_sec = static_cast<time_t>(nanoseconds / 1'000'000'000);
-  limit.tv_nsec = static_cast<long>(nanoseconds % 1'000'000'000);
-  pollfd polled = {socket->number(), POLLIN, 0};
-  ppoll(&polled, 1, &limit, nullptr);
+  const int64_t length = waitAndReceive(socket->number(), packet.data, packet.capacity);
   peer.lock().lock();
+  return length;
+}
+
+// Waits, unlocked, for a change of the connection. Returns false when there is no time left for it.
+bool waitForConnection(LockedPeer &peer, Clock::duration wait) {
+  if (wait == Clock::duration::zero()) {
+    return false;
+  }
+  peer->changed.wait_for(peer.lock(), wait);
+  return true;
 }
 
 // The end of a wait that begins when it is first asked for: most calls find a packet at once.
@@ -197,23 +210,18 @@ int32_t receiveFromAddressPeer(LockedPeer &peer, PktBuf &packet, std::chrono::mi
   // The peer may be forgotten, and its place be used again, while the lock is released.
   while (peer->id == id) {
     int64_t length = receiveLeft(*peer, packet);
-    if (length == 0 && peer->socket != nullptr) {
-      length = tryReceive(peer->socket->number(), packet.data, packet.capacity);
-    } else if (length == 0) {
-      length = -1;
+    if (length == 0) {
+      length = peer->socket == nullptr ? -1 : receiveWithin(peer, packet, deadline.left());
     }
     if (length > 0) {
       packet.length = static_cast<uint32_t>(length);
       return static_cast<int32_t>(length);
     }
-    Clock::duration left = length == 0 ? deadline.left() : downDeadline.left();
-    if (left == Clock::duration::zero()) {
-      return length == 0 ? MSGBUS_TIMED_OUT : MSGBUS_ERROR;
+    if (length == 0 && deadline.left() == Clock::duration::zero()) {
+      return MSGBUS_TIMED_OUT;
     }
-    if (length == 0) {
-      waitForPacket(peer, left);
-    } else {
-      peer->changed.wait_for(peer.lock(), left);
+    if (length < 0 && !waitForConnection(peer, downDeadline.left())) {
+      return MSGBUS_ERROR;
     }
   }
   return MSGBUS_ERROR;

@@ -38,6 +38,7 @@ struct AddressPeerState {
   std::shared_ptr<FileDescriptor> leftToRead;  // a lost connection with packets still in it
   WorkQueue::Clock::time_point lossReportDue;  // with packets left to read: report by then
   uint32_t attendItem = 0;                     // prepared work: the dispatcher's next step
+  std::chrono::microseconds receiveWait{};     // what was last set at the socket
   Backoff backoff;
 };
 

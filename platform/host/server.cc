@@ -184,43 +184,36 @@ void Server::pauseAccepting() {
 }
 
 void Server::serveConnection(uint32_t id, uint32_t events) {
-  int socket = -1;
-  {
+  ServerConnection *const connection = findOpen(id);
+  if (connection == nullptr) {
+    return;
+  }
+  if ((events & EPOLLOUT) != 0) {
     const std::lock_guard<std::mutex> guard(mutex_);
-    ServerConnection *const connection = findOpen(id);
-    if (connection == nullptr) {
-      return;
+    connection->flush();
+    if (!connection->waitsToSend()) {
+      watchConnection(id, *connection);
     }
-    if ((events & EPOLLOUT) != 0) {
-      connection->flush();
-      if (!connection->waitsToSend()) {
-        watchConnection(id, *connection);
-      }
-    }
-    socket = connection->socket();
   }
   if ((events & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0) {
-    receive(id, socket);
+    receive(id, *connection);
   }
 }
 
-// The socket stays open throughout: only this thread closes sockets.
-void Server::receive(uint32_t id, int socket) {
-  for (int count = 0; count < kReceiveBatch; ++count) {
-    const int64_t length = tryReceive(socket, buffer_.data(), buffer_.size());
+void Server::receive(uint32_t id, ServerConnection &connection) {
+  int count = 0;
+  do {
+    const int64_t length = tryReceive(connection.socket(), buffer_.data(), buffer_.size());
     if (length < 0) {
       disconnect(id);
-      return;
     }
-    if (length == 0) {
-      return;
+    if (length <= 0) {
+      break;
     }
+    ++count;
     handlers_.received(context_, id, buffer_.data(), static_cast<uint32_t>(length));
-    const std::lock_guard<std::mutex> guard(mutex_);
-    if (findOpen(id) == nullptr) {  // closed by the handler
-      return;
-    }
-  }
+  } while (!connection.isClosing() && connection.looksForMore() && count < kReceiveBatch);
+  connection.noteReceived(count);
 }
 
 void Server::closeDisconnected() {

@@ -41,7 +41,7 @@ class Server {
   bool acceptClient();
   void pauseAccepting();
   void serveConnection(uint32_t id, uint32_t events);
-  void receive(uint32_t id, int socket);
+  void receive(uint32_t id, ServerConnection &connection);
   void closeDisconnected();
   ServerConnection *findOpen(uint32_t id);
 
@@ -55,7 +55,10 @@ class Server {
   FileDescriptor listener_;
   bool acceptsClients_ = true;
 
-  std::mutex mutex_;  // for the members below; not held while a handler runs
+  // For the members below; not held while a handler runs. Only the server's own thread changes
+  // which connections there are, so that it may look one up, and use what it found, without the
+  // lock.
+  std::mutex mutex_;
   Connections connections_;
   bool someClosing_ = false;
   uint32_t lastConnection_ = 0;

@@ -11,6 +11,9 @@ namespace {
 // Packets sent on at one wake-up, so that one client cannot keep the server to itself.
 constexpr size_t kFlushBatch = 64;
 
+// A client that does not send ahead is looked at again every so many wake-ups.
+constexpr uint32_t kWakeUpsBetweenLooks = 16;
+
 }  // namespace
 
 SwplatCredentials credentialsOf(int socket) {
@@ -47,6 +50,17 @@ int32_t ServerConnection::send(const uint8_t *data, uint32_t length) {
 
 void ServerConnection::flush() {
   queue_.flush(socket_.number(), kFlushBatch);
+}
+
+bool ServerConnection::looksForMore() {
+  return sendsAhead_ || wakeUps_ % kWakeUpsBetweenLooks == 0;
+}
+
+void ServerConnection::noteReceived(int packets) {
+  if (looksForMore()) {
+    sendsAhead_ = packets > 1;
+  }
+  ++wakeUps_;
 }
 
 void ServerConnection::beginClosing() {

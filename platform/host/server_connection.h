@@ -2,6 +2,7 @@
 #ifndef PLATFORM_HOST_SERVER_CONNECTION_H
 #define PLATFORM_HOST_SERVER_CONNECTION_H
 
+#include <atomic>
 #include <cstdint>
 
 #include "platform/host/file_descriptor.h"
@@ -17,7 +18,8 @@ inline constexpr size_t kConnectionQueueLimit = 1024;
 // Returns who is at the other end of a connected socket. Throws std::system_error.
 SwplatCredentials credentialsOf(int socket);
 
-// Not thread-safe: the server guards it.
+// The server guards sending and closing by its lock; socket(), isClosing() and what notes received
+// packets need none on the server's own thread.
 class ServerConnection {
  public:
   // Takes an accepted socket over. Throws std::system_error.
@@ -33,6 +35,13 @@ class ServerConnection {
   // Sends on what is queued, now that the client has read on.
   void flush();
 
+  // Whether to look for another packet as soon as one was received. Most clients send one request
+  // and wait for its answer, where looking costs a system call for nothing; those that send ahead
+  // are found out by looking now and then.
+  bool looksForMore();
+  // Notes how many packets a wake-up brought.
+  void noteReceived(int packets);
+
   // Ends the connection for the client at once. The socket stays open until the object goes, so
   // that its number names nothing else while the server still has events of it at hand.
   void beginClosing();
@@ -41,7 +50,9 @@ class ServerConnection {
   FileDescriptor socket_;
   uint32_t largestPacket_;
   PacketQueue queue_;
-  bool closing_ = false;
+  bool sendsAhead_ = true;
+  uint32_t wakeUps_ = 0;
+  std::atomic<bool> closing_ = false;
 };
 
 }  // namespace swplat

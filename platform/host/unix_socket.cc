@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 
 #include "platform/host/failure.h"
 #include "platform/host/runtime_directory.h"
@@ -45,6 +46,24 @@ class RuntimeAddress {
   sockaddr_un address_ = {};
 };
 
+// Returns the length of a packet, 0 when there is none, -1 at the end of the connection, or nothing
+// when the call is to be repeated.
+std::optional<int64_t> receiveOnce(int socket, uint8_t *buffer, size_t capacity, int flags) {
+  const ssize_t length = recv(socket, buffer, capacity, flags);
+  if (length > 0) {
+    return length;
+  }
+  if (length == 0) {
+    return -1;
+  }
+  // A peer that closes with packets unread resets the connection. The kernel reports that once,
+  // ahead of the packets that the peer had sent before; the next calls return those.
+  if (errno == EINTR || errno == ECONNRESET) {
+    return std::nullopt;
+  }
+  return errno == EAGAIN ? 0 : -1;
+}
+
 FileDescriptor makeSocket() {
   FileDescriptor made(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
   if (!made) {
@@ -66,6 +85,10 @@ FileDescriptor connectSocket(const std::string &file) {
   const RuntimeAddress address(file);
   FileDescriptor made = makeSocket();
   if (connect(made.number(), address.get(), address.size()) != 0) {
+    throwErrno(file.c_str());
+  }
+  // Connecting must not wait; receiving may, where receiveWithin() is called.
+  if (fcntl(made.number(), F_SETFL, fcntl(made.number(), F_GETFL) & ~O_NONBLOCK) != 0) {
     throwErrno(file.c_str());
   }
   return made;
@@ -118,19 +141,22 @@ SendOutcome trySend(int socket, const uint8_t *data, size_t length) {
 
 int64_t tryReceive(int socket, uint8_t *buffer, size_t capacity) {
   for (;;) {
-    const ssize_t length = recv(socket, buffer, capacity, MSG_DONTWAIT);
-    if (length > 0) {
-      return length;
-    }
-    if (length == 0) {
-      return -1;
-    }
-    // A peer that closes with packets unread resets the connection. The kernel reports that once,
-    // ahead of the packets that the peer had sent before; the next calls return those.
-    if (errno != EINTR && errno != ECONNRESET) {
-      return errno == EAGAIN ? 0 : -1;
+    const std::optional<int64_t> result = receiveOnce(socket, buffer, capacity, MSG_DONTWAIT);
+    if (result) {
+      return *result;
     }
   }
+}
+
+void setReceiveWait(int socket, std::chrono::microseconds wait) {
+  timeval limit = {};
+  limit.tv_sec = static_cast<time_t>(wait.count() / 1'000'000);
+  limit.tv_usec = static_cast<suseconds_t>(wait.count() % 1'000'000);
+  setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+}
+
+int64_t waitAndReceive(int socket, uint8_t *buffer, size_t capacity) {
+  return receiveOnce(socket, buffer, capacity, 0).value_or(0);
 }
 
 bool hasUnreadPacket(int socket) {

@@ -2,6 +2,7 @@
 #ifndef PLATFORM_HOST_UNIX_SOCKET_H
 #define PLATFORM_HOST_UNIX_SOCKET_H
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -16,7 +17,7 @@ namespace swplat {
 inline constexpr uint32_t kLargestPacket = 256 * 1024;
 
 // Files are named relative to the runtime directory, whose path may be longer than a socket address
-// can hold. Sockets never block.
+// can hold. Sockets never block, except in waitAndReceive().
 
 // Connects to a socket file. Throws std::system_error: ENOENT or ECONNREFUSED when nobody serves
 // it, EAGAIN when its server is busy, EACCES or EPERM when this process may not use it.
@@ -37,6 +38,14 @@ SendOutcome trySend(int socket, const uint8_t *data, size_t length);
 // Receives one packet into a buffer. Returns its length, 0 when nothing is there at present, -1 at
 // the end of the connection; packets that arrived before the end are received first.
 int64_t tryReceive(int socket, uint8_t *buffer, size_t capacity);
+
+// Sets how long waitAndReceive() waits at this socket, for whichever thread calls it next; not
+// zero.
+void setReceiveWait(int socket, std::chrono::microseconds wait);
+
+// The same as tryReceive(), but waits when nothing is there; 0 also when a signal ended the wait.
+// Only for sockets of connectSocket().
+int64_t waitAndReceive(int socket, uint8_t *buffer, size_t capacity);
 
 // Tells whether a packet is there to be received.
 bool hasUnreadPacket(int socket);

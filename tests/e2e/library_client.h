@@ -22,6 +22,10 @@ void connectLibrary();
 // Waits until the process can be announced, which also makes the manager answer once. Returns
 // whether that came to pass.
 bool announce(const char *name, std::chrono::seconds limit = kAnswerLimit);
+// Returns the manager's peer, 0 while it is not connected.
+inline std::uint32_t managersPeer() {
+  return __atomic_load_n(&aclPeerId, __ATOMIC_ACQUIRE);  // the dispatcher's thread writes it
+}
 // Waits for `count` answers that were not taken yet and takes them; fewer on a time-out.
 std::vector<Answer> takeAnswers(std::size_t count, std::chrono::seconds limit = kAnswerLimit);
 

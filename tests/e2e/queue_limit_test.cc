@@ -37,7 +37,7 @@ TEST(QueueLimit, ASilentManagerFillsTheQueueOnceAndMemoryGrowsNoFurther) {
   e2e::connectLibrary();
   ASSERT_TRUE(e2e::announce("queue_limit_test"));
   constexpr std::uint32_t kLimit = 500;
-  ASSERT_EQ(msgbusSetPeerOption(aclPeerId, MSGBUS_OPTION_QUEUE_LIMIT, kLimit), 0);
+  ASSERT_EQ(msgbusSetPeerOption(e2e::managersPeer(), MSGBUS_OPTION_QUEUE_LIMIT, kLimit), 0);
 
   const std::vector<std::uint8_t> body(1000, 0x11);
   std::uint32_t accepted = 1;  // the announcement

@@ -2,11 +2,18 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <span>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "acl_lib.h"
+#include "acl_lib/encoding/rule_dump.h"
 #include "manager/decode/rules.h"
+#include "manager/server/request_log.h"
 
 namespace aclmgr {
 namespace {
@@ -207,6 +214,52 @@ TEST(LibraryRules, ActionsWithASelectorAreTaken) {
   };
   expectEntry(redirect(178), 22, 4);
   expectEntry(redirect(179), 69, 4);
+}
+
+// The lines of a text that say anything, without their indent.
+std::vector<std::string> linesOf(const std::string &text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    line.erase(0, line.find_first_not_of(' '));
+    if (!line.empty()) lines.push_back(line);
+  }
+  return lines;
+}
+
+std::string dumpOf(const AclPolicy &policy) {
+  char *text = nullptr;
+  std::size_t length = 0;
+  std::FILE *out = ::open_memstream(&text, &length);
+  acl::printRules(out, policy.ruleCount,
+                  std::as_bytes(std::span(policy.ruleBuffer, policy.usedSize)));
+  std::fclose(out);
+  const std::unique_ptr<char, void (*)(void *)> owner(text, std::free);
+  return {text, length};
+}
+
+TEST(LibraryRules, VerboseLogShowsRulesInTheLinesOfTheDump) {
+  constexpr std::uint32_t kLastId = 0xFFFFFFFF;
+  const AclPolicyHandle handle = aclLibNewPolicy("p");
+  aclLibNewRule(handle, "first", 7);
+  aclLibAddRuleCondIPAddr(handle, 7, 0, anyData().data());
+  aclLibAddRuleCondMacAddr(handle, 7, 19, anyData().data());
+  aclLibAddRuleCondVidRange(handle, 7, 27, anyData().data());
+  aclLibAddRuleCondIpOffset(handle, 7, anyData().data());
+  aclLibConfigRuleAction(handle, 7, 2);
+  aclLibConfigActionCount(handle, 7, anyData().data());
+  aclLibNewRule(handle, nullptr, kLastId);
+  aclLibConfigActionRedirectName(handle, kLastId, "elsewhere with room for all of 33 bytes");
+  aclLibEndRule(handle);
+  const auto &policy = *reinterpret_cast<const AclPolicy *>(handle);
+  const auto rules =
+      decodeRules(std::as_bytes(std::span(policy.ruleBuffer, policy.usedSize)), policy.ruleCount);
+  ASSERT_TRUE(rules) << rules.refusal().reason;
+  const std::vector<std::string> dump = linesOf(dumpOf(policy));
+  EXPECT_EQ(dump.size(), 9U);
+  EXPECT_EQ(dump[0], "Rule Name: first Index: 7");
+  EXPECT_EQ(dump[7], "Rule Name: def-rule-2 Index: -1");
+  EXPECT_EQ(linesOf(rulesText(rules.value())), dump);
 }
 
 }  // namespace

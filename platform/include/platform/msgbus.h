@@ -123,7 +123,8 @@ SWITCH_API int32_t msgbusSend(uint32_t peerId, PktBuf *packet, uint32_t flags) S
  *   wait    three words: seconds, milliseconds, microseconds to wait at most, added up
  *   flags   reserved, 0
  * Returns the message's length in bytes (1 or more); MSGBUS_TIMED_OUT when none came in time;
- * MSGBUS_ERROR when there is no such peer or it is not connected.
+ * MSGBUS_ERROR when there is no such peer or it is not connected. When several threads receive from
+ * one peer with different waits, one may wait as long as another asked for.
  */
 SWITCH_API int32_t msgbusRecv(uint32_t peerId, PktBuf *packet, const uint32_t wait[3],
                               uint32_t flags) SWITCH_NOEXCEPT;

@@ -1,5 +1,7 @@
 #include <csignal>
+#include <cstring>
 #include <limits>
+#include <memory>
 
 #include "tests/acl_lib/library_test.h"
 
@@ -192,6 +194,34 @@ TEST_F(MessageHandlerTest, ObjectsTooShortForACodeAreSkipped) {
   EXPECT_THAT(codes, ElementsAre(0x3005, 0x3006));
 }
 
+// A message in a heap block of exactly its size, where reading on would be noticed.
+TEST_F(MessageHandlerTest, RepliesOfTwoAndThreeBytesAreContinuedWithZerosOutsideTheMessage) {
+  static std::vector<Bytes> seen;
+  seen.clear();
+  aclMsgCallback = [](void *body) {
+    seen.push_back(test_support::copyOf(body, 4));
+    std::memset(body, 0xFF, 4);
+  };
+  for (const Bytes &message : {hex("1003 0002 3005"), hex("1003 0003 3005 fe")}) {
+    const auto block = std::make_unique<std::byte[]>(message.size());
+    std::ranges::copy(message, block.get());
+    const auto length = static_cast<std::uint32_t>(message.size());
+    PktBuf packet{};
+    packet.data = reinterpret_cast<std::uint8_t *>(block.get());
+    packet.length = packet.capacity = length;
+    aclMsgHandler(kPeer, &packet, static_cast<std::int32_t>(length), &packet);
+    EXPECT_EQ(test_support::copyOf(block.get(), message.size()), message);
+  }
+  EXPECT_THAT(seen, ElementsAre(hex("3005 0000"), hex("3005 fe00")));
+}
+
+TEST_F(MessageHandlerTest, ReplyOfFourBytesIsHandedOverWhereItLies) {
+  PktBuf *packet = packetOf(reply(hex("3005 0000")));
+  aclMsgHandler(kPeer, packet, 8, packet);
+  EXPECT_THAT(bodies, ElementsAre(packet->data + 4));
+  pktbufFree(packet);
+}
+
 TEST_F(MessageHandlerTest, WithoutACallbackRepliesAreReadAndThePacketIsFreed) {
   aclMsgCallback = nullptr;
   receive(join(reply(hex("3005 0000")), reply(hex("3006 0000"))));
@@ -269,10 +299,16 @@ TEST_F(MessageHandlerTest, PaddingOfTheLastObjectMayBeMissing) {
 }
 
 TEST_F(MessageHandlerTest, ReceivingNeedsNoMemory) {
-  PktBuf *packet = packetOf(swplat_fake::object(0x1002, hex("3005 0000")));
-  const FailAllocation guard(1);
-  aclLibCallback(1, nullptr, kPeer, packet, 8);
-  EXPECT_FALSE(guard.failed());
+  static unsigned received;
+  received = 0;
+  aclMsgCallback = [](void *) { ++received; };
+  PktBuf *packet = packetOf(join(reply(hex("3005 0000")), reply(hex("3006"))));
+  {
+    const FailAllocation guard(1);
+    aclLibCallback(1, nullptr, kPeer, packet, 14);
+    EXPECT_FALSE(guard.failed());
+  }
+  EXPECT_EQ(received, 2U);
 }
 
 }  // namespace

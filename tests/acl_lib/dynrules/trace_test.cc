@@ -1,3 +1,6 @@
+#include <atomic>
+#include <thread>
+
 #include "tests/acl_lib/library_test.h"
 
 namespace {
@@ -203,6 +206,65 @@ TEST_F(TraceTest, BufferComesBeforeTheCli) {
   EXPECT_EQ(printed(kPrint | kCli | 3, "text\n"), "***Warning: text\n");
   EXPECT_THAT(fake().calls(), ElementsAre(Call::of("evlogTraceLog", kBuffer, 3, "text\n"),
                                           Call::of("cliagentNotifyCLI", 5, "text\n")));
+}
+
+TEST_F(TraceTest, PrintingComesBeforeTheCli) {
+  settings() = {3, 15, 5};
+  OutputCapture output;
+  std::string printedThen;
+  fake().setHook("cliagentNotifyCLI", [&] { printedThen = output.standardOutput(); });
+  aclTrace(kPrint | kCli | 3, "text\n");
+  output.finish();
+  EXPECT_EQ(printedThen, "***Warning: text\n");
+  EXPECT_EQ(fake().cliTexts().size(), 1U);
+}
+
+// Threads that find no settings all at once, while the application takes what is installed and
+// changes it: a late installation must neither undo the change nor leave anyone without settings.
+TEST_F(TraceTest, FirstTracesOfSeveralThreadsInstallTheStateOnceAndKeepWhatIsSetThen) {
+  static constexpr std::int32_t kSet = 9;
+  for (unsigned round = 0; round < 100; ++round) {
+    __atomic_store_n(&aclState, nullptr, __ATOMIC_RELEASE);
+    std::atomic<unsigned> ready = 0;
+    std::vector<std::thread> threads;
+    for (unsigned thread = 0; thread < 4; ++thread) {
+      threads.emplace_back([&ready] {
+        for (++ready; ready < 4;) std::this_thread::yield();
+        aclTrace(7, "");
+        AclTraceState *installed = __atomic_load_n(&aclState, __ATOMIC_ACQUIRE);
+        __atomic_store_n(&installed->debugLevel, kSet, __ATOMIC_RELEASE);
+        aclTrace(7, "text\n");
+        EXPECT_EQ(__atomic_load_n(&installed->debugLevel, __ATOMIC_ACQUIRE), kSet);
+      });
+    }
+    for (std::thread &thread : threads) thread.join();
+    ASSERT_NE(aclState, nullptr);
+    EXPECT_EQ(aclState->debugLevel, kSet);
+  }
+  EXPECT_EQ(fake().traceLines().size(), 400U);
+}
+
+TEST_F(TraceTest, StateThatTheApplicationTakesAwayIsNeverMissed) {
+  settings() = {9, 0, 0};
+  std::atomic<bool> stop = false;
+  std::thread application([&] {
+    while (!stop) {
+      __atomic_store_n(&aclState, nullptr, __ATOMIC_RELEASE);
+      std::this_thread::yield();
+      __atomic_store_n(&aclState, &settings(), __ATOMIC_RELEASE);
+      std::this_thread::yield();
+    }
+  });
+  std::vector<std::thread> threads;
+  for (unsigned thread = 0; thread < 3; ++thread) {
+    threads.emplace_back([] {
+      for (unsigned line = 0; line < 1000; ++line) aclTrace(7, "text\n");
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+  stop = true;
+  application.join();
+  EXPECT_EQ(fake().traceLines().size(), 3000U);
 }
 
 TEST_F(TraceTest, TracingNeedsNoMemory) {

@@ -137,6 +137,18 @@ TEST(ActionGroup, TypeBeyond16BitsDoesNotFoldAlthoughItsStoredTypeWould) {
   EXPECT_EQ(rule.entries(), join(group("00000000"), hex("0002 0004 01020304")));
 }
 
+TEST(ActionGroup, GroupBehindConditionsTakesTheActionAndKeepsTheRuleWord) {
+  const TestPolicy policy;
+  aclLibNewRule(policy.handle(), "rule", 1);
+  const Bytes protocol = hex("06ff");
+  const Bytes word = hex("00000000");
+  EXPECT_EQ(aclLibAddRuleCondProtocol(policy.handle(), 1, protocol.data()), 0);
+  EXPECT_EQ(aclLibConfigActionVid(policy.handle(), 1, 9, word.data()), 0);
+  EXPECT_EQ(aclLibConfigRuleAction(policy.handle(), 1, 1), 0);
+  EXPECT_EQ(policy.entries(), hex("0003 0004 06ff0000 0009 0004 00000020"));
+  EXPECT_EQ(copyOf(policy->openRule + 44, 4), hex("0000e040"));  // 56 << 10 | 64
+}
+
 TEST(ActionGroup, WithoutActionsAcceptIsAnEntryOfItsOwn) {
   const TestPolicy policy;
   aclLibNewRule(policy.handle(), "rule", 1);

@@ -2,11 +2,15 @@
 #ifndef TESTS_ACL_LIB_ENCODING_ENTRY_CALLS_H
 #define TESTS_ACL_LIB_ENCODING_ENTRY_CALLS_H
 
+#include <algorithm>
 #include <functional>
+#include <iterator>
 #include <memory>
 #include <ostream>
 #include <set>
+#include <span>
 #include <string>
+#include <vector>
 
 #include "tests/acl_lib/encoding/encoding_test.h"
 
@@ -48,14 +52,23 @@ inline std::string rowName(const testing::TestParamInfo<EntryRow> &info) {
   return name + "_" + std::to_string(info.index);
 }
 
+// The rows whose call takes a data pointer.
+inline std::vector<EntryRow> withData(std::span<const EntryRow> rows) {
+  std::vector<EntryRow> result;
+  std::ranges::copy_if(
+      rows, std::back_inserter(result), [](std::size_t width) { return width != 0; },
+      &EntryRow::width);
+  return result;
+}
+
 class EntryCallTest : public testing::TestWithParam<EntryRow> {
  protected:
   static constexpr std::uint32_t kRule = 0x00A1B2C3;
 
   EntryCallTest() { aclLibNewRule(policy_.handle(), "rule", kRule); }
 
-  // Data of exactly the call's width in a heap block of its own, so that sanitizers see a byte read
-  // too many; null for a call without data.
+  // Data of exactly the call's width in a heap block of its own, so that AddressSanitizer sees a
+  // byte read too many; null for a call without data.
   static std::unique_ptr<std::byte[]> dataOf(const EntryRow &row) {
     if (row.width == 0) return nullptr;
     auto data = std::make_unique<std::byte[]>(row.width);
@@ -123,8 +136,9 @@ class EntryCallTest : public testing::TestWithParam<EntryRow> {
                   invalidRuleMessage(kRule, policy_.handle()));
   }
 
+  // For rows with data only.
   void expectNullDataIsRefused() const {
-    if (GetParam().width == 0) return;
+    ASSERT_NE(GetParam().width, 0U);
     expectRefusal(policy_.handle(), kRule, nullptr, -2, "");
   }
 

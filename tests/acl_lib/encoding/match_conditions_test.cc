@@ -122,7 +122,11 @@ TEST_P(ConditionCall, NoOpenRuleIsRefused) {
   expectNoOpenRuleIsRefused();
 }
 
-TEST_P(ConditionCall, NullDataIsRefusedSilently) {
+using ConditionCallWithData = EntryCallTest;
+INSTANTIATE_TEST_SUITE_P(Conditions, ConditionCallWithData,
+                         testing::ValuesIn(withData(kConditions)), rowName);
+
+TEST_P(ConditionCallWithData, NullDataIsRefusedSilently) {
   expectNullDataIsRefused();
 }
 
@@ -161,6 +165,12 @@ TEST(ConditionTypes, RefusedTypePrintsNothing) {
   EXPECT_EQ(aclLibAddRuleFragment(policy.handle(), 1, 12), -2);
   EXPECT_EQ(capture.standardOutput(), "");
   EXPECT_EQ(policy.entries(), Bytes());
+}
+
+TEST(ConditionTypes, DscpCallIsNamedDCSPInItsMessagesToo) {
+  OutputCapture capture;
+  EXPECT_EQ(aclLibAddRuleCondDCSP(-1, 1, nullptr), -2);
+  EXPECT_EQ(capture.standardOutput(), invalidPolicyMessage("aclLibAddRuleCondDCSP", -1));
 }
 
 TEST(ConditionTypes, RuleIsCheckedBeforeTheType) {

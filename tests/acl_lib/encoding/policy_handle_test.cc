@@ -75,6 +75,7 @@ TEST(PolicyHandle, CallersOwnRecordIsValidWhenItsSelfCheckIsItsAddress) {
   const AclPolicyHandle handle = handleOf(&own);
   OutputCapture capture;
   EXPECT_EQ(acl::findPolicy(handle), &own);
+  EXPECT_FALSE(acl::isLivePolicy(handle));
   EXPECT_EQ(aclLibNewRule(handle, "rule", 5), 5);
   EXPECT_EQ(aclLibConfigRuleAction(handle, 5, 1), 0);
   EXPECT_EQ(aclLibEndRule(handle), 0);
@@ -197,6 +198,49 @@ TEST(PolicyHandle, DestroyedPolicyIsNotKnownAnyMore) {
   EXPECT_TRUE(acl::isLivePolicy(policy.handle()));
   policy.end();
   EXPECT_FALSE(acl::isLivePolicy(policy.handle()));
+}
+
+// Optimised builds judge: nothing but the cleared selfCheck tells that the record is no policy.
+TEST(PolicyHandle, DestroyedPolicyHasLostItsSelfCheckInMemory) {
+  TestPolicy policy;
+  const AclPolicyHandle handle = policy.handle();
+  policy.end();
+  AclPolicy *selfCheck = nullptr;
+  const auto address = static_cast<std::uintptr_t>(handle) + offsetof(AclPolicy, selfCheck);
+  if (!acl::copyFromAnyAddress(address, &selfCheck, sizeof(selfCheck))) return;
+  EXPECT_NE(reinterpret_cast<AclPolicyHandle>(selfCheck), handle);
+}
+
+TEST(PolicyHandle, PolicyDestroyedAgainIsLeftAlone) {
+  TestPolicy policy;
+  policy.addRule(48);
+  AclPolicy &record = policy.record();
+  policy.end();
+  acl::destroyPolicy(&record);
+  expectInvalid(policy.handle());
+}
+
+// Static memory and a buffer inside it: freeing either would end the process.
+TEST(PolicyHandle, DestroyedOwnRecordLosesItsSelfCheckAndIsNotFreed) {
+  static std::uint8_t rules[64] = {0xA5};
+  static AclPolicy own{};
+  own.ruleBuffer = rules;
+  own.usedSize = own.bufferSize = sizeof(rules);
+  own.selfCheck = &own;
+  acl::destroyPolicy(&own);
+  EXPECT_EQ(own.selfCheck, nullptr);
+  EXPECT_EQ(own.ruleBuffer, rules);
+  EXPECT_EQ(own.usedSize, sizeof(rules));
+  EXPECT_EQ(rules[0], 0xA5);
+  expectInvalid(handleOf(&own));
+}
+
+TEST(PolicyHandle, DestroyingARecordThatIsNoPolicyChangesNothing) {
+  AclPolicy own{};
+  AclPolicy other{};
+  own.selfCheck = &other;
+  acl::destroyPolicy(&own);
+  EXPECT_EQ(own.selfCheck, &other);
 }
 
 // ---- Reading any address ------------------------------------------------------------------------

@@ -71,7 +71,17 @@ TEST(NewRule, InvalidPolicyIsReported) {
 TEST(NewRule, ReturnsItsRuleId) {
   const TestPolicy policy;
   EXPECT_EQ(aclLibNewRule(policy.handle(), "rule", 77), 77);
+  EXPECT_EQ(aclLibNewRule(policy.handle(), "rule", 0), 0);
+  EXPECT_EQ(aclLibNewRule(policy.handle(), "rule", 0x80000000), INT32_MIN);
+  EXPECT_EQ(policy->ruleCount, 3);
+}
+
+TEST(NewRule, IdsThatReadAsErrorsAreReturnedAndUsableLikeAllOthers) {
+  const TestPolicy policy;
   EXPECT_EQ(aclLibNewRule(policy.handle(), "rule", 0xFFFFFFFF), -1);
+  EXPECT_EQ(aclLibConfigRuleAction(policy.handle(), 0xFFFFFFFF, 1), 0);
+  EXPECT_EQ(aclLibNewRule(policy.handle(), "rule", 0xFFFFFFFE), -2);
+  EXPECT_EQ(aclLibConfigRuleAction(policy.handle(), 0xFFFFFFFE, 1), 0);
   EXPECT_EQ(policy->ruleCount, 2);
 }
 

@@ -122,7 +122,11 @@ TEST_P(ActionCall, NoOpenRuleIsRefused) {
   expectNoOpenRuleIsRefused();
 }
 
-TEST_P(ActionCall, NullDataIsRefusedSilently) {
+using ActionCallWithData = EntryCallTest;
+INSTANTIATE_TEST_SUITE_P(Actions, ActionCallWithData, testing::ValuesIn(withData(kActions)),
+                         rowName);
+
+TEST_P(ActionCallWithData, NullDataIsRefusedSilently) {
   expectNullDataIsRefused();
 }
 
@@ -195,6 +199,15 @@ TEST(ActionSizes, RedirectAdds8BytesForEitherSelector) {
   aclLibConfigActionRedirect(policy.handle(), 1, target.data(), 179);
   aclLibConfigActionRedirect(policy.handle(), 1, target.data(), 178);
   EXPECT_EQ(policy.entries(), hex("0045 0004 01020304 0016 0004 01020304"));
+}
+
+TEST(ActionSizes, Dot1pAndDot1pReplaceValueWriteTheSameEntry) {
+  const TestPolicy policy;
+  aclLibNewRule(policy.handle(), "rule", 1);
+  const Bytes priority = hex("00000005");
+  EXPECT_EQ(aclLibConfigActionDot1p(policy.handle(), 1, priority.data()), 0);
+  EXPECT_EQ(aclLibConfigActionDot1pReplaceValue(policy.handle(), 1, priority.data()), 0);
+  EXPECT_EQ(policy.entries(), hex("0014 0004 00000005 0014 0004 00000005"));
 }
 
 TEST(ActionSizes, ActionsFollowTheConditions) {

@@ -2,27 +2,13 @@
 
 #include <malloc.h>
 
-#include <algorithm>
-#include <numeric>
+#include <cstdlib>
 
-#include "tests/acl_lib/encoding/encoding_test.h"
+#include "tests/acl_lib/encoding/rule_buffer_test.h"
 
 namespace {
 
 using namespace encoding_test;
-
-// Bytes behind max(bufferSize, usedSize) that belong to the block and show in no field.
-constexpr std::size_t kTail = 1536;
-
-// Reads the whole block, as far as a copy of any rule in it may reach: sanitizers judge.
-unsigned touchBlock(const AclPolicy &policy) {
-  const std::size_t size = std::max(policy.bufferSize, policy.usedSize) + kTail;
-  return std::accumulate(policy.ruleBuffer, policy.ruleBuffer + size, 0U);
-}
-
-bool isZero(const std::uint8_t *first, std::size_t length) {
-  return std::all_of(first, first + length, [](std::uint8_t byte) { return byte == 0; });
-}
 
 // ---- Growth -------------------------------------------------------------------------------------
 
@@ -32,6 +18,24 @@ TEST(RuleBuffer, FirstRuleAllocates1024Bytes) {
   EXPECT_EQ(policy->bufferSize, 1024U);
   EXPECT_EQ(policy->openRule, policy->ruleBuffer);
   EXPECT_TRUE(isZero(policy->ruleBuffer + 48, 1024 - 48 + kTail));
+}
+
+TEST(RuleBuffer, OwnRecordWithoutABufferGetsOneWhateverItsSizesSay) {
+  for (const std::uint32_t bufferSize : {0U, 511U, 512U, 1024U, 0xFFFFFFFFU}) {
+    for (const std::uint32_t usedSize : {0U, 300U, 5000U}) {
+      AclPolicy own{};
+      own.selfCheck = &own;
+      own.bufferSize = bufferSize;
+      own.usedSize = usedSize;
+      EXPECT_EQ(aclLibNewRule(reinterpret_cast<AclPolicyHandle>(&own), "rule", 1), 1);
+      ASSERT_NE(own.ruleBuffer, nullptr);
+      EXPECT_EQ(own.openRule, own.ruleBuffer);
+      EXPECT_EQ(own.bufferSize, 1024U);
+      EXPECT_EQ(own.usedSize, 0U);
+      expectWholeBlock(own);
+      std::free(own.ruleBuffer);
+    }
+  }
 }
 
 TEST(RuleBuffer, With600BytesUsedItGrowsTo2048) {
@@ -73,7 +77,7 @@ TEST(RuleBuffer, GrowsByOneStepAtATime) {
     EXPECT_EQ(policy->bufferSize, (rule + 1) / 2 * 1024);
   }
   EXPECT_EQ(policy->usedSize, 39U * 512);
-  touchBlock(policy.record());
+  expectWholeBlock(policy.record());
 }
 
 TEST(RuleBuffer, TrimmedBufferGrowsForTheRuleAfterAClear) {
@@ -198,7 +202,7 @@ TEST(RuleBuffer, EndingTheLastRuleAgainCountsItAgain) {
   EXPECT_EQ(policy->usedSize, 600U);
   EXPECT_EQ(policy->bufferSize, 512U);
   EXPECT_TRUE(isZero(policy->ruleBuffer + 512, 88 + kTail));
-  touchBlock(policy.record());
+  expectWholeBlock(policy.record());
 }
 
 TEST(RuleBuffer, EndingTheLastRuleManyTimesStaysInsideTheBlock) {
@@ -207,7 +211,7 @@ TEST(RuleBuffer, EndingTheLastRuleManyTimesStaysInsideTheBlock) {
   for (std::uint32_t time = 1; time <= 100; ++time) {
     EXPECT_EQ(aclLibEndRule(policy.handle()), 0);
     EXPECT_EQ(policy->usedSize, time * 512);
-    touchBlock(policy.record());
+    expectWholeBlock(policy.record());
   }
   EXPECT_EQ(policy->openRule, policy->ruleBuffer);
 }
@@ -224,7 +228,7 @@ TEST(RuleBuffer, RuleOpenedAfterTheLastOneCountsThatOneTwice) {
   EXPECT_EQ(policy->openRule, policy->ruleBuffer + 200);
   aclLibEndRule(policy.handle());
   EXPECT_EQ(policy->usedSize, 260U);
-  touchBlock(policy.record());
+  expectWholeBlock(policy.record());
 }
 
 TEST(RuleBuffer, EndingAndOpeningInTurnStaysInsideTheBlock) {
@@ -233,7 +237,7 @@ TEST(RuleBuffer, EndingAndOpeningInTurnStaysInsideTheBlock) {
     policy.addRule(512, rule);
     EXPECT_EQ(aclLibEndRule(policy.handle()), 0);
     EXPECT_EQ(aclLibEndRule(policy.handle()), 0);
-    touchBlock(policy.record());
+    expectWholeBlock(policy.record());
     EXPECT_EQ(aclLibConfigRuleAction(policy.handle(), rule, 1), 0);
   }
 }
@@ -248,87 +252,7 @@ TEST(RuleBuffer, ClearedAfterUsedSizePassedBufferSizeItGrowsByOneStep) {
   policy.addRule(48, 2);
   EXPECT_EQ(policy->bufferSize, bufferSize + 1024);
   EXPECT_EQ(policy->usedSize, 600U);
-  touchBlock(policy.record());
-}
-
-// ---- Records beyond 512 bytes -------------------------------------------------------------------
-
-TEST(RuleBuffer, RecordsOf512Bytes516BytesAnd1020BytesAreKeptWhole) {
-  for (const std::uint32_t length : {512U, 516U, 1020U}) {
-    const TestPolicy policy;
-    policy.addRule(256);
-    policy.addRule(256);
-    policy.addRule(length, 3);
-    EXPECT_EQ(ruleLength(policy->openRule), length);
-    EXPECT_EQ(actionOffset(policy->openRule), length);
-    EXPECT_EQ(copyOf(policy->openRule + length - 4, 4), hex("002c 0000"));
-    EXPECT_EQ(aclLibEndRule(policy.handle()), 0);
-    EXPECT_EQ(policy->usedSize, 512 + length);
-    touchBlock(policy.record());
-  }
-}
-
-TEST(RuleBuffer, RecordThatRunsBeyondBufferSizeIsNotTrimmedAway) {
-  const TestPolicy policy;
-  policy.addRule(512);
-  policy.addRule(1020, 2);
-  const Bytes rules = copyOf(policy->ruleBuffer, 1532);
-  EXPECT_EQ(aclLibEndRule(policy.handle()), 0);
-  EXPECT_EQ(policy->usedSize, 1532U);
-  EXPECT_EQ(policy->bufferSize, 1024U);
-  EXPECT_EQ(copyOf(policy->ruleBuffer, 1532), rules);
-  EXPECT_TRUE(isZero(policy->ruleBuffer + 1532, kTail));
-  policy.addRule(48, 3);
-  EXPECT_EQ(policy->usedSize, 2552U);
-  EXPECT_EQ(policy->bufferSize, 2048U);
-  EXPECT_EQ(policy->openRule, policy->ruleBuffer + 2552);
-  touchBlock(policy.record());
-}
-
-TEST(RuleBuffer, RecordOf1024BytesWrapsToLength0) {
-  const TestPolicy policy;
-  policy.addRule(1024);
-  EXPECT_EQ(copyOf(policy->openRule + 44, 4), hex("00000000"));
-  policy.addRule(48, 2);
-  EXPECT_EQ(policy->openRule, policy->ruleBuffer);
-}
-
-TEST(RuleBuffer, RecordOf1028BytesWrapsToLength4) {
-  const TestPolicy policy;
-  policy.addRule(1028);
-  EXPECT_EQ(ruleLength(policy->openRule), 4U);
-  EXPECT_EQ(actionOffset(policy->openRule), 4U);
-}
-
-TEST(RuleBuffer, LargestConditionsWrapInsideTheBlockAtItsVeryEnd) {
-  const Bytes data = numberedBytes(70);
-  const TestPolicy policy;
-  policy.addRule(512);
-  policy.addRule(48, 0x01020304);
-  for (int entry = 0; entry < 200; ++entry) {
-    // Once wrapped, entries lie over the header, and so over the rule's id.
-    for (int i = 0; i < 4; ++i) policy->openRule[36 + i] = static_cast<std::uint8_t>(i + 1);
-    EXPECT_EQ(aclLibAddRuleCondIpOffset(policy.handle(), 0x01020304, data.data()), 0);
-  }
-  touchBlock(policy.record());
-}
-
-TEST(RuleBuffer, AnyLengthsInARecordAtTheEndOfATrimmedBufferStayInsideTheBlock) {
-  const Bytes data = numberedBytes(70);
-  const TestPolicy policy;
-  policy.addRule(252);
-  aclLibEndRule(policy.handle());
-  ASSERT_EQ(policy->bufferSize, 256U);
-  for (std::uint32_t length = 0; length < 1024; ++length) {
-    const std::uint32_t word = length << 10 | length;
-    for (unsigned i = 0; i < 4; ++i) {
-      policy->openRule[44 + i] = static_cast<std::uint8_t>(word >> (24 - 8 * i));
-      policy->openRule[36 + i] = 0;
-    }
-    EXPECT_EQ(aclLibConfigActionPortList(policy.handle(), 0, 1, data.data()), 0);
-    std::fill_n(policy->openRule + 36, 4, std::uint8_t{0});
-    EXPECT_EQ(aclLibAddRuleCondIpOffset(policy.handle(), 0, data.data()), 0);
-  }
+  expectWholeBlock(policy.record());
 }
 
 }  // namespace

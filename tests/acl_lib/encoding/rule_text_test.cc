@@ -203,6 +203,18 @@ TEST(ConditionText, SlotIsPrintedWithoutABlankBeforeItsNumber) {
   EXPECT_EQ(conditionText(26, zeros(8)), "CONDITION: SLOT_PORT dir 0 slot0 ports[0] 0 ports[1] 0 ");
 }
 
+TEST(ConditionText, ClassIdIsSpelledWithoutItsAAndShownBeforeItsType) {
+  EXPECT_EQ(conditionText(48, hex("01 000000 00000002 00000000")), "CONDITION: clss-id 2 type 1");
+}
+
+TEST(ConditionText, NumbersWithTheirHighestBitSetAreNegativeInDecimalOnly) {
+  EXPECT_EQ(conditionText(48, hex("01 000000 80000000 00000000")),
+            "CONDITION: clss-id -2147483648 type 1");
+  EXPECT_EQ(conditionText(58, hex("ffffffff 80000000 ffffffff")),
+            "DEBUG-CONDITION: -1, p1 0x80000000, p2 0xffffffff");
+  EXPECT_EQ(conditionText(43, hex("80000000")), "CONDITION: LOOKUPSTATUS 0x80000000 ");
+}
+
 TEST(ConditionText, SomeConditionsEndWithABlankAndSomeDoNot) {
   EXPECT_EQ(conditionText(14, zeros(4)), "CONDITION: TCP_FLAGS 0x00 MASK 0x00 ");
   EXPECT_EQ(conditionText(15, zeros(4)), "CONDITION: IGMP_TYPE 0x00 MASK 0x00");
@@ -227,6 +239,7 @@ TEST(ConditionText, DataShorterThanItsTextNeedsIsReadAsIfZerosFollowed) {
   EXPECT_EQ(conditionText(42, hex("0000")), "");
 }
 
+// AddressSanitizer judges: the data lie in a block of exactly their size.
 TEST(ConditionText, NoTextReadsBeyondItsDataWhateverItsLength) {
   for (std::uint32_t type = 0; type < 61; ++type) {
     for (std::size_t length = 0; length <= 80; ++length) {
@@ -283,6 +296,7 @@ TEST(ActionText, DataShorterThanItsTextNeedsIsReadAsIfZerosFollowed) {
   EXPECT_EQ(actionText(37, {}), "ACTION: ENCAP for svlan  ");
 }
 
+// AddressSanitizer judges: the data lie in a block of exactly their size.
 TEST(ActionText, NoTextReadsBeyondItsDataWhateverItsLength) {
   for (std::uint32_t type = 0; type < 72; ++type) {
     for (std::size_t length = 0; length <= 80; ++length) {

@@ -76,14 +76,15 @@ TEST_F(ModifyRuleTest, NullNameIsTheEmptyName) {
 
 TEST_F(ModifyRuleTest, LengthGivenToSendIsCutTo16BitsAndTheRulesAreNeverChunked) {
   const RecordingSend recorder;
-  for (const std::size_t length : {64883U, 64884U, 70000U}) {
+  for (const std::size_t length : {64883U, 64884U, 64885U, 70000U}) {
     EXPECT_EQ(modify(Bytes(length)), 0);
   }
-  ASSERT_EQ(requests().size(), 3U);
+  ASSERT_EQ(requests().size(), 4U);
   EXPECT_EQ(requests()[0].length, 65535);
   EXPECT_EQ(requests()[1].length, 0);
-  EXPECT_EQ(requests()[2].length, 5116);
-  EXPECT_EQ(wordAt(requests()[2].body, 648), 70000U);
+  EXPECT_EQ(requests()[2].length, 1);
+  EXPECT_EQ(requests()[3].length, 5116);
+  EXPECT_EQ(wordAt(requests()[3].body, 648), 70000U);
 }
 
 TEST_F(ModifyRuleTest, ResultIsThatOfTheSend) {

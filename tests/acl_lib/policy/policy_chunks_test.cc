@@ -229,6 +229,11 @@ TEST_F(PolicyChunksTest, RecordWhoseSelfPointerIsNotItsOwnAddressIsNoPolicy) {
   const std::int32_t result = aclLibAddPolicy(policy.handle());
   output.finish();
   EXPECT_EQ(result, -2);
+  char line[80];
+  std::snprintf(line, sizeof(line), "aclLibAddPolicy: Invalid policy handle %lx\n",
+                static_cast<unsigned long>(policy.handle()));
+  EXPECT_EQ(output.standardOutput(), line);
+  EXPECT_EQ(output.standardError(), "");
   EXPECT_THAT(fake().calls(), IsEmpty());
 }
 

@@ -213,6 +213,42 @@ TEST_F(PolicyRequestsTest, WithoutAConnectionTheResultIsMinusOne) {
   EXPECT_EQ(aclLibDeletePolicy(policy().handle(), nullptr), -1);
 }
 
+// A handle as the library reports it.
+std::string handleText(AclPolicyHandle handle) {
+  char text[24];
+  std::snprintf(text, sizeof(text), "%lx", static_cast<unsigned long>(handle));
+  return text;
+}
+
+TEST_F(PolicyRequestsTest, NoAddressAndAMisalignedOneAreReportedByAllFiveCalls) {
+  struct PolicyCall {
+    const char *name;
+    std::int32_t (*call)(AclPolicyHandle);
+  };
+  constexpr PolicyCall kCalls[] = {
+      {"aclLibAddPolicy", aclLibAddPolicy},
+      {"aclLibRefreshPolicy", aclLibRefreshPolicy},
+      {"aclLibConfigPolicy",
+       [](AclPolicyHandle policy) { return aclLibConfigPolicy(policy, 1, 1, 0, nullptr); }},
+      {"aclLibUnconfigPolicy",
+       [](AclPolicyHandle policy) { return aclLibUnconfigPolicy(policy, 1, 1, 0, nullptr); }},
+      {"aclLibDeletePolicy",
+       [](AclPolicyHandle policy) { return aclLibDeletePolicy(policy, nullptr); }}};
+  OwnPolicy policy(8);
+  for (const AclPolicyHandle handle :
+       {AclPolicyHandle{-1}, AclPolicyHandle{-2}, policy.handle() + 1, policy.handle() + 2}) {
+    for (const auto &[name, call] : kCalls) {
+      OutputCapture output;
+      const std::int32_t result = call(handle);
+      output.finish();
+      EXPECT_EQ(result, -2);
+      EXPECT_EQ(output.standardOutput(),
+                std::string(name) + ": Invalid policy handle " + handleText(handle) + "\n");
+    }
+  }
+  EXPECT_THAT(fake().calls(), IsEmpty());
+}
+
 TEST_F(PolicyRequestsTest, InvalidHandleIsReportedUnderTheNameOfTheCall) {
   OutputCapture output;
   const std::int32_t configured = aclLibConfigPolicy(0, 1, 1, 0, nullptr);

@@ -97,6 +97,13 @@ TEST_F(ConnectionTest, ConnectStoresTheCallbackAndInstallsItsConnectionHandler) 
   EXPECT_EQ(aclLibSendMsg(0x1002, "x", 1), -1);
 }
 
+TEST_F(ConnectionTest, ConnectSetsTheCallbackBeforeItMakesTheHandle) {
+  AclMsgCallback callbackThen = nullptr;
+  fake().setHook("pktbufAllocPacket", [&] { callbackThen = aclMsgCallback; });
+  EXPECT_EQ(aclLibConnect(callback), 0);
+  EXPECT_EQ(callbackThen, &callback);
+}
+
 TEST_F(ConnectionTest, ConnectSetsCallbackAndHandleBeforeItAsksForAClient) {
   AclMsgCallback callbackThen = nullptr;
   TransHandle *handleThen = nullptr;

@@ -199,6 +199,15 @@ TEST_F(TransHandleTest, NullDataWithALengthIsRefusedAndNothingIsAppended) {
   EXPECT_THAT(fake().calls(), IsEmpty());
 }
 
+TEST_F(TransHandleTest, NullDataWithoutAPeerReturnsMinusOne) {
+  transHandleSetPeer(handle(), 0);
+  EXPECT_EQ(transHandleSend(handle(), kRequest, nullptr, 4, 1), -1);
+  transHandleSetPeer(handle(), kPeer);
+  PktBuf *packet = std::exchange(handle()->packet, nullptr);
+  EXPECT_EQ(transHandleSend(handle(), kRequest, nullptr, 4, 1), -1);
+  handle()->packet = packet;
+}
+
 TEST_F(TransHandleTest, RequestsWithoutFlushWaitInThePacket) {
   EXPECT_EQ(append(4), 0);
   EXPECT_EQ(append(4), 0);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <random>
 #include <string>
 
 #include "tests/manager/request_bytes.h"
@@ -233,6 +234,44 @@ TEST(DecodeRules, SixtyThousandRulesAreDecoded) {
   const auto decoded = decode(rules, 60000);
   ASSERT_TRUE(decoded);
   EXPECT_EQ(decoded.value().size(), 60000U);
+}
+
+// Decodes from exact heap blocks, so that a sanitizer sees every byte that is read beyond one.
+TEST(DecodeRules, RandomBytesAreDecodedOrRefusedAndNothingElseIsRead) {
+  std::mt19937 random(20261121);  // NOLINT: the same bytes in every run
+  for (unsigned round = 0; round < 5000; ++round) {
+    Bytes rules(random() % 300);
+    for (std::byte &byte : rules) byte = static_cast<std::byte>(random());
+    const auto decoded = decode(rules, std::nullopt);
+    if (!decoded) {
+      EXPECT_EQ(decoded.refusal().status, Status::kInvalidRule);
+    }
+  }
+}
+
+TEST(DecodeRules, RulesWithRandomChangesAreDecodedOrRefusedAndNothingElseIsRead) {
+  std::mt19937 random(20261121);  // NOLINT: the same bytes in every run
+  const Bytes whole =
+      join(encodedRule("a", 1, "0003 0004 06ff0000 0000 0008 0a000001 ffffffff", "0001 0000"),
+           encodedRule("b", 2, "000c 0008 00010002 ffff0000", "000e 0004 05000000 0001 0000"));
+  unsigned taken = 0;
+  for (unsigned round = 0; round < 20000; ++round) {
+    Bytes rules = whole;
+    for (auto change = random() % 4; change > 0; --change) {
+      // Mostly where lengths and types are; names may hold nearly anything.
+      const std::size_t record = random() % 2 == 0 ? 0 : 72;
+      rules[record + 44 + random() % 28] = static_cast<std::byte>(random() % 96);
+    }
+    if (random() % 4 == 0) rules.resize(random() % rules.size());
+    const auto decoded = decode(rules, std::nullopt);
+    if (decoded) {
+      ++taken;
+    } else {
+      EXPECT_EQ(decoded.refusal().status, Status::kInvalidRule);
+    }
+  }
+  EXPECT_GT(taken, 1000U);
+  EXPECT_LT(taken, 19000U);
 }
 
 }  // namespace

@@ -84,8 +84,8 @@ TEST_F(HandlersTest, AddedPolicyIsKept) {
   EXPECT_EQ(state_.policies.find("web")->rules.size(), 2U);
   EXPECT_EQ(text_.fields, "policy \"web\", bytes 0+112 of 112, 2 rules, attribute 0");
   EXPECT_EQ(text_.rules,
-            "  rule \"a\" index 1\n    CONDITION: PROTO 6 MASK 0xff \n    ACTION: Accept \n"
-            "  rule \"b\" index 2\n    ACTION: Deny \n");
+            "  Rule Name: a Index: 1\n    CONDITION: PROTO 6 MASK 0xff \n    ACTION: Accept \n"
+            "  Rule Name: b Index: 2\n    ACTION: Deny \n");
 }
 
 TEST_F(HandlersTest, AddedPolicyWithoutRulesIsKept) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <span>
 #include <string>
 
 #include "tests/support/bytes.h"
@@ -84,11 +85,33 @@ TEST_F(PolicyAssemblerTest, OverlapDropsThePolicy) {
   EXPECT_EQ(assembler_.partialCount(), 0U);
 }
 
-TEST_F(PolicyAssemblerTest, SecondFirstChunkDropsThePolicyAndTheNextOneBeginsAnew) {
-  take({2, 0, "01"});
-  EXPECT_EQ(take({2, 0, "01"}), "-3 chunk at 0 where 1 was expected");
+TEST_F(PolicyAssemblerTest, ChunkAtTheStartBeginsAnUnfinishedPolicyAnew) {
+  EXPECT_EQ(take({3, 0, "0102"}), "more");
+  EXPECT_EQ(take({3, 0, "11"}), "more");
+  EXPECT_EQ(assembler_.partialCount(), 1U);
+  EXPECT_EQ(assembler_.partialBytes(), 1U);
+  EXPECT_EQ(take({3, 2, "13"}), "-3 chunk at 2 where 1 was expected");
+  EXPECT_EQ(take({3, 0, "11"}), "more");
+  EXPECT_EQ(take({3, 1, "1213"}), "done 17 18 19");
+}
+
+TEST_F(PolicyAssemblerTest, PolicyThatBeginsAnewMayAnnounceSomethingElse) {
   EXPECT_EQ(take({2, 0, "01"}), "more");
-  EXPECT_EQ(take({2, 1, "02"}), "done 1 2");
+  EXPECT_EQ(take({1, 0, "11", kRefresh, "web", 3, 7}), "done 17");
+  EXPECT_EQ(take({2, 1, "02"}), "-3 the first chunk begins at 1");
+}
+
+TEST_F(PolicyAssemblerTest, PolicyThatBeginsAnewWithABadChunkIsDropped) {
+  take({2, 0, "01"});
+  EXPECT_EQ(take({2, 0, "010203"}), "-3 chunk of 3 bytes at 0 runs over the total of 2");
+  EXPECT_EQ(assembler_.partialCount(), 0U);
+  EXPECT_EQ(assembler_.partialBytes(), 0U);
+}
+
+TEST_F(PolicyAssemblerTest, LastOfTheUnfinishedPoliciesMayBeginAnew) {
+  for (int i = 0; i < 64; ++i) take({2, 0, "01", kAdd, "p" + std::to_string(i)});
+  EXPECT_EQ(take({2, 0, "11", kAdd, "p63"}), "more");
+  EXPECT_EQ(take({2, 1, "12", kAdd, "p63"}), "done 17 18");
 }
 
 TEST_F(PolicyAssemblerTest, ChunkBeyondTheTotalIsRefused) {
@@ -152,6 +175,62 @@ TEST_F(PolicyAssemblerTest, SixtyFourPartialPoliciesAreBegunAndOneMoreIsRefused)
   EXPECT_EQ(take({2, 0, "01", kAdd, "of another", 1, 0, 6}), "more");
   EXPECT_EQ(take({2, 1, "02", kAdd, "p0"}), "done 1 2");
   EXPECT_EQ(take({2, 0, "01", kAdd, "one too many"}), "more");
+}
+
+// A quarter of what one client may have at a time.
+const Bytes &sixteenMebibytes() {
+  static const Bytes bytes(16777216);
+  return bytes;
+}
+
+class PolicyAssemblerLimitTest : public testing::Test {
+ protected:
+  // Takes a chunk of a policy of 64 MiB. Returns 0 for "more", 1 for "done", or the status.
+  int take(std::uint32_t connection, const std::string &name, std::uint32_t offset,
+           std::span<const std::byte> chunk) {
+    const auto outcome = assembler_.take(connection, kAdd, {name, 67108864, offset, 1, 0, chunk});
+    if (!outcome) return static_cast<int>(outcome.refusal().status);
+    return outcome.value() ? 1 : 0;
+  }
+
+  // Takes as much of an unfinished policy as one client may have, but `spared` bytes.
+  void fill(std::uint32_t connection, std::size_t spared) {
+    const std::span<const std::byte> quarter = sixteenMebibytes();
+    for (std::uint32_t part = 0; part < 3; ++part) {
+      ASSERT_EQ(take(connection, "large", part * 16777216, quarter), 0);
+    }
+    ASSERT_EQ(take(connection, "large", 3 * 16777216, quarter.first(16777216 - spared)), 0);
+  }
+
+  PolicyAssembler assembler_;
+};
+
+TEST_F(PolicyAssemblerLimitTest, OnePolicyOf64MebibytesMayComeWhole) {
+  fill(1, 1);
+  EXPECT_EQ(take(1, "large", 67108863, Bytes(1)), 1);
+  EXPECT_EQ(assembler_.partialBytes(), 0U);
+}
+
+TEST_F(PolicyAssemblerLimitTest, UnfinishedPoliciesOfOneClientHave64MebibytesAndNotOneMore) {
+  fill(1, 2);
+  EXPECT_EQ(take(1, "small", 0, Bytes(2)), 0);
+  EXPECT_EQ(assembler_.partialBytes(), 67108864U);
+  EXPECT_EQ(take(1, "one too many", 0, Bytes(1)), -18);
+  EXPECT_EQ(take(1, "small", 2, Bytes(1)), -18);  // and is dropped
+  EXPECT_EQ(assembler_.partialCount(), 1U);
+  EXPECT_EQ(assembler_.partialBytes(), 67108862U);
+  EXPECT_EQ(take(2, "of another", 0, Bytes(1)), 0);
+  EXPECT_EQ(take(1, "large", 67108862, Bytes(2)), 1);
+}
+
+TEST_F(PolicyAssemblerLimitTest, UnfinishedPoliciesOfAllClientsHave256MebibytesAndNotOneMore) {
+  for (std::uint32_t connection = 1; connection <= 4; ++connection) fill(connection, 1);
+  EXPECT_EQ(take(5, "small", 0, Bytes(4)), 0);
+  EXPECT_EQ(assembler_.partialBytes(), 268435456U);
+  EXPECT_EQ(take(5, "one too many", 0, Bytes(1)), -18);
+  assembler_.dropConnection(4);
+  EXPECT_EQ(assembler_.partialBytes(), 3 * 67108863U + 4);
+  EXPECT_EQ(take(5, "one too many", 0, Bytes(1)), 0);
 }
 
 }  // namespace

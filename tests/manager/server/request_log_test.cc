@@ -49,21 +49,41 @@ TEST(PeerText, NamesTheProcessOnceItIsKnown) {
 }
 
 TEST(RulesText, RulesAreShownInTheWordsOfTheDump) {
-  const std::vector<Rule> rules = {{"web", 7, {{3, hex("06ff")}}, {{1, {}}, {14, hex("05")}}},
-                                   {"odd", 8, {{34, hex("0a000001ffffffff")}}, {{15, hex("01")}}}};
+  const std::vector<Rule> rules = {
+      {"web", 7, {{3, hex("06ff")}}, {{1, {}}, {14, hex("05")}}},
+      {"odd", 0xFFFFFFFF, {{34, hex("0a000001ffffffff")}}, {{15, hex("01")}}}};
   EXPECT_EQ(rulesText(rules),
-            "  rule \"web\" index 7\n"
+            "  Rule Name: web Index: 7\n"
             "    CONDITION: PROTO 6 MASK 0xff \n"
             "    ACTION: Accept \n"
             "    ACTION: QOS qp5 \n"
-            "  rule \"odd\" index 8\n"
+            "  Rule Name: odd Index: -1\n"
             "    CONDITION: type 34, 8 bytes\n"
             "    ACTION: type 15, 1 bytes\n");
 }
 
 TEST(RulesText, TextOfAClientCannotForgeALine) {
-  const std::vector<Rule> rules = {{"r", 1, {}, {{47, bytesOf("a\nb\x1b")}}}};
-  EXPECT_EQ(rulesText(rules), "  rule \"r\" index 1\n    ACTION: redirect-name a?b? \n");
+  const std::vector<Rule> rules = {{"r\nx", 1, {}, {{47, bytesOf("a\nb\x1b")}}}};
+  EXPECT_EQ(rulesText(rules), "  Rule Name: r?x Index: 1\n    ACTION: redirect-name a?b? \n");
+}
+
+TEST(RulesText, ShortTextsAfterLongOnesAreWhole) {
+  const std::vector<Rule> rules = {
+      {"r", 1, {}, {{47, bytesOf(std::string(32, 'n'))}, {1, {}}, {15, hex("01")}, {2, {}}}}};
+  EXPECT_EQ(rulesText(rules), "  Rule Name: r Index: 1\n    ACTION: redirect-name " +
+                                  std::string(32, 'n') +
+                                  " \n    ACTION: Accept \n"
+                                  "    ACTION: type 15, 1 bytes\n    ACTION: Deny \n");
+}
+
+// A rule of 32 bytes of text: 32768 of them are 1 MiB.
+TEST(RulesText, OneMebibyteIsShownAndWhatGoesBeyondIsLeftOut) {
+  std::vector<Rule> rules(32768, Rule{"123456789", 1, {}, {}});
+  const std::string all = rulesText(rules);
+  EXPECT_EQ(all.size(), 1048576U);
+  EXPECT_EQ(all.substr(1048576 - 32), "  Rule Name: 123456789 Index: 1\n");
+  rules.insert(rules.end(), 2, Rule{"", 1, {}, {}});
+  EXPECT_EQ(rulesText(rules), all + "  2 more rules are left out\n");
 }
 
 TEST(RequestLog, VerboseLogShowsARequestAsOneBlock) {
@@ -98,8 +118,10 @@ TEST(RequestLog, RequestWithoutAnAnswerHasMoreToCome) {
 
 TEST(RequestLog, NoticesBearTheDaemonsName) {
   TextStream notices;
-  RequestLog(nullptr, notices.stream()).notice("stopped");
-  EXPECT_EQ(notices.text(), "aclmgrd: stopped\n");
+  RequestLog log(nullptr, notices.stream());
+  log.notice("serving");
+  log.noticeWithoutMemory("stopped");
+  EXPECT_EQ(notices.text(), "aclmgrd: serving\naclmgrd: stopped\n");
 }
 
 }  // namespace

@@ -14,6 +14,13 @@
 namespace swplat {
 namespace {
 
+// A file name of `length` characters before its ending.
+std::string longName(size_t length) {
+  std::string name(length, 'n');
+  name += ".sock";
+  return name;
+}
+
 class UnixSocketTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -97,14 +104,14 @@ TEST_F(UnixSocketTest, NobodyThereIsToldApart) {
 }
 
 TEST_F(UnixSocketTest, NamesTooLongForAnAddressAreReachedThroughTheDirectory) {
-  const std::string file = std::string(80, 'n') + ".sock";
+  const std::string file = longName(80);
   ASSERT_GT(runtimeDirectory().size() + 1 + file.size(), 107u);
   const FileDescriptor listener = listenSocket(file);
   EXPECT_TRUE(connectSocket(file));
 }
 
 TEST_F(UnixSocketTest, NamesTooLongForAnyAddressAreRefused) {
-  const std::string file = std::string(120, 'n') + ".sock";
+  const std::string file = longName(120);
   for (const bool listens : {true, false}) {
     try {
       listens ? listenSocket(file) : connectSocket(file);
