@@ -11,6 +11,7 @@
  *   aclLibAddRuleCond...(policy, rule, ...);      give it all of its conditions,
  *   aclLibConfigAction...(policy, rule, ...);     then all of its actions
  *   aclLibEndRule(policy);                        once, after the last rule
+ *   while (aclLibSendProcessInfo("me") != 0) ...  until the connection is up
  *   aclLibAddPolicy(policy);                      download it
  *   aclLibConfigPolicy(policy, vlan, port, 0, NULL);
  *
@@ -643,8 +644,15 @@ SWITCH_API int32_t aclLibPeerIdCurrentQueueSize(void) SWITCH_NOEXCEPT;
 
 SWITCH_API extern uint32_t aclPeerId;            /* the manager's peer while connected, else 0 */
 SWITCH_API extern uint32_t aclTraceBufferHandle; /* trace buffer "acl", 0 before aclLibInit() */
+
+/*
+ * The handler that is told about the connection; aclLibConnect() installs aclLibConnectionEvent().
+ * An application that wants to know, for example to send its policies again to a manager that was
+ * started anew, sets its own after aclLibConnect() and calls aclLibConnectionEvent() from it first.
+ */
 SWITCH_API extern AclConnectionHandler aclConnectionHandler;
-SWITCH_API extern AclMsgCallback aclMsgCallback;
+
+SWITCH_API extern AclMsgCallback aclMsgCallback; /* as given to aclLibConnect() */
 
 /* Guards the policy store; usable before aclLibInit() too. Strict C has its type only where
  * _POSIX_C_SOURCE asks for it. */

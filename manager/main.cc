@@ -44,7 +44,8 @@ extern "C" void stopServer(int) {
   if (server != nullptr) swplatServerStop(server);
 }
 
-constexpr int kStopSignals[] = {SIGTERM, SIGINT};
+// A terminal that closes ends the manager as cleanly as whoever stops it.
+constexpr int kStopSignals[] = {SIGTERM, SIGINT, SIGHUP};
 
 // how: SIG_BLOCK or SIG_UNBLOCK.
 void maskStopSignals(int how) {
@@ -60,7 +61,7 @@ void handleStopSignals(void (*handler)(int)) {
   for (const int signal : kStopSignals) sigaction(signal, &action, nullptr);
 }
 
-// While it lives, SIGTERM and SIGINT stop a server, also those that came since the program began
+// While it lives, those signals stop a server, also those that came since the program began
 // and blocked them. Afterwards they are ignored, as the program is ending.
 class StopBySignal {
  public:
@@ -142,7 +143,12 @@ int serve(const Options &options) {
     return kCannotServe;
   }
   if (swplatPublishProcessState(kComponent, kServingState) != 0) {
-    return cannotServe(log, "publish the process state");
+    if (errno != EBUSY) return cannotServe(log, "publish the process state");
+    log.notice(
+        fmt::format("another manager publishes its state in {}: each slot needs a SWPLAT_DIR "
+                    "of its own",
+                    swplatRuntimeDirectory()));
+    return kCannotServe;
   }
   log.notice("serving " + place);
   if (!daemon.run()) return cannotServe(log, "go on serving");

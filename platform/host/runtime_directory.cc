@@ -19,10 +19,13 @@ bool isSet(const char *value) {
   return value != nullptr && *value != '\0';
 }
 
-// Makes a directory if it is missing. The mode is set again because the umask may have cut it.
+// Makes a directory if it is missing. The mode is set again because the umask may have cut it; what
+// is made below a directory that hands its group on goes on doing so.
 void makeDirectory(int parent, const char *path) {
   if (mkdirat(parent, path, kDirectoryMode) == 0) {
-    if (fchmodat(parent, path, kDirectoryMode, 0) != 0) {
+    struct stat made = {};
+    if (fstatat(parent, path, &made, 0) != 0 ||
+        fchmodat(parent, path, kDirectoryMode | (made.st_mode & S_ISGID), 0) != 0) {
       throwErrno(path);
     }
   } else if (errno != EEXIST) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs into a staging directory, moves the tree, and builds and runs a C and a C++ program
 # against it: by pkg-config and by find_package, with the shared and with the static libraries. The
-# program in README.md must build, too.
+# installed example and the program in README.md must build, too.
 #
 #   staged_install.sh build-directory source-directory cmake c-compiler c++-compiler pkg-config
 set -eu
@@ -63,6 +63,10 @@ needs_static static_c
 needs_static static_cc
 LD_LIBRARY_PATH=$library_directory runs ./shared_c ./shared_cc
 runs ./static_c ./static_cc
+
+example=$work/moved/share/doc/acl_lib/examples/edge_policy.c
+"$cc" -std=c11 -D_POSIX_C_SOURCE=200809L "${strict[@]}" "${flags[@]}" "$example" "${shared[@]}" \
+  -o example
 
 sed -n '/^```c$/,/^```$/{/^```/d; p}' "$source/README.md" >readme.c
 grep -q aclLibConnect readme.c || fail "README.md holds no program"

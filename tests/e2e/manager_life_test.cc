@@ -123,6 +123,12 @@ TEST_F(ManagerLifeTest, AMalformedFrameClosesItsConnectionWhileAnotherClientIsSe
   EXPECT_TRUE(eventually([] { return e2e::managersPeer() == 0; }));
 }
 
+TEST_F(ManagerLifeTest, AClosedTerminalEndsItCleanly) {
+  ChildProcess manager = startManager();
+  manager.signal(SIGHUP);
+  EXPECT_EQ(manager.wait(), 0);
+}
+
 TEST_F(ManagerLifeTest, TheExampleFailsLoudlyWithoutAManager) {
   ChildProcess example({ACL_TEST_EXAMPLE}, directory->path() + "/alone.log");
   EXPECT_EQ(example.wait(), 1);

@@ -56,6 +56,17 @@ TEST(RuntimeDirectoryTest, DirectoriesAreMadeOnDemandWithMode750WhateverTheUmask
   EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kExisting, name.c_str()));
 }
 
+TEST(RuntimeDirectoryTest, DirectoriesBelowOneThatHandsItsGroupOnDoSoToo) {
+  const std::string name = host_test::uniqueName("group");
+  const std::string path = host_test::directory() + "/" + name;
+  ASSERT_EQ(chmod(host_test::directory().c_str(), 02750), 0);
+  EXPECT_TRUE(openRuntimeDirectory(OpenDirectory::kCreate, name.c_str()));
+  ASSERT_EQ(chmod(host_test::directory().c_str(), 0750), 0);
+  struct stat status = {};
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 02750u);
+}
+
 TEST(RuntimeDirectoryTest, AnExistingDirectoryKeepsItsMode) {
   const std::string name = host_test::uniqueName("existing");
   const std::string path = host_test::directory() + "/" + name;
