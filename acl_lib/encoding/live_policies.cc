@@ -84,19 +84,29 @@ void removeAt(const Table &table, std::size_t hole) noexcept {
   table.put(hole, 0);
 }
 
-void putIntoFront(std::uintptr_t handle) noexcept {
+// Stands for a newest policy that is gone: its selfCheck is not its own address.
+constinit const AclPolicy kNoPolicy{};
+
+void putIntoFront(const AclPolicy *policy) noexcept {
+  const std::uintptr_t handle = handleOf(policy);
   const std::size_t slot = hashOfHandle(handle, kFrontBits);
   if (slot != 0) livePolicyFront[slot].store(handle, std::memory_order_relaxed);
+  newestPolicy.store(policy, std::memory_order_relaxed);
 }
 
-void removeFromFront(std::uintptr_t handle) noexcept {
+void removeFromFront(const AclPolicy *policy) noexcept {
+  const std::uintptr_t handle = handleOf(policy);
   Slot &slot = livePolicyFront[hashOfHandle(handle, kFrontBits)];
   if (slot.load(std::memory_order_relaxed) == handle) slot.store(0, std::memory_order_relaxed);
+  if (newestPolicy.load(std::memory_order_relaxed) == policy) {
+    newestPolicy.store(&kNoPolicy, std::memory_order_relaxed);
+  }
 }
 
 }  // namespace
 
 constinit PolicyFront livePolicyFront{1};
+constinit std::atomic<const AclPolicy *> newestPolicy{&kNoPolicy};
 
 bool isLivePolicy(AclPolicyHandle handle) noexcept {
   const auto wanted = static_cast<std::uintptr_t>(handle);
@@ -126,7 +136,7 @@ bool registerPolicy(AclPolicy *policy) noexcept {
   if (table->at(slot) == handle) return true;
   table->put(slot, handle);
   ++policyCount;
-  putIntoFront(handle);
+  putIntoFront(policy);
   return true;
 }
 
@@ -137,7 +147,7 @@ bool forgetPolicy(const AclPolicy *policy) noexcept {
   if (table->at(slot) == 0) return false;
   removeAt(*table, slot);
   --policyCount;
-  removeFromFront(handleOf(policy));
+  removeFromFront(policy);
   return true;
 }
 

@@ -46,6 +46,22 @@ TEST(LivePolicies, ForgettingWhatIsNotKnownChangesNothing) {
   EXPECT_TRUE(acl::isLivePolicy(policy.handle()));
 }
 
+TEST(LivePolicies, SmallNumbersAreNeverKnownThoughTheNewestPolicyIsGone) {
+  AclPolicy record{};
+  ASSERT_TRUE(acl::registerPolicy(&record));
+  ASSERT_TRUE(acl::forgetPolicy(&record));
+  for (AclPolicyHandle handle = -16; handle <= 16; ++handle) {
+    EXPECT_FALSE(acl::isLivePolicyInFront(handle)) << handle;
+  }
+}
+
+TEST(LivePolicies, PolicyThatIsNotTheNewestIsKnownInTheFrontToo) {
+  const TestPolicy older;
+  const TestPolicy newer;
+  EXPECT_TRUE(acl::isLivePolicyInFront(newer.handle()));
+  EXPECT_TRUE(acl::isLivePolicy(older.handle()));
+}
+
 TEST(LivePolicies, NullIsNeverKnown) {
   EXPECT_FALSE(acl::isLivePolicyInFront(0));
   EXPECT_FALSE(acl::isLivePolicy(0));
