@@ -52,7 +52,7 @@ void ServerConnection::flush() {
   queue_.flush(socket_.number(), kFlushBatch);
 }
 
-bool ServerConnection::looksForMore() {
+bool ServerConnection::looksForMore() const {
   return sendsAhead_ || wakeUps_ % kWakeUpsBetweenLooks == 0;
 }
 

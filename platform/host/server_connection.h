@@ -38,7 +38,7 @@ class ServerConnection {
   // Whether to look for another packet as soon as one was received. Most clients send one request
   // and wait for its answer, where looking costs a system call for nothing; those that send ahead
   // are found out by looking now and then.
-  bool looksForMore();
+  bool looksForMore() const;
   // Notes how many packets a wake-up brought.
   void noteReceived(int packets);
 
