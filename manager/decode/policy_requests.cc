@@ -8,6 +8,7 @@
 #include "acl_lib/encoding/message_body.h"
 #include "acl_lib/policy/policy_bodies.h"
 #include "acl_lib/transport/process_info_bodies.h"
+#include "manager/decode/body_checks.h"
 
 namespace aclmgr {
 namespace {
@@ -15,40 +16,13 @@ namespace {
 // The only bit of applyFlags that clients may set.
 constexpr std::uint8_t kKnownApplyFlags = 2;
 
-Refusal invalidMessage(std::string reason) {
-  return {Status::kInvalidMessage, std::move(reason)};
-}
-
-Refusal tooShort(std::size_t length, std::size_t wanted) {
-  return invalidMessage(fmt::format("body of {} bytes, {} expected", length, wanted));
-}
-
-// Returns why a name field is refused, if it is. A name that fills its field has no NUL.
-std::optional<Refusal> problemOfName(std::string_view name) {
-  if (name.size() == acl::kNameWidth) return invalidMessage("the name is not terminated");
-  return std::nullopt;
-}
-
-std::optional<Refusal> problemOfPolicyName(std::string_view name) {
-  if (name.empty()) return invalidMessage("the policy's name is empty");
-  return problemOfName(name);
-}
-
-// Returns why the bytes behind a body's head are refused, if they are.
-std::optional<Refusal> problemOfTail(std::size_t present, std::size_t announced) {
-  if (present == announced) return std::nullopt;
-  return invalidMessage(
-      fmt::format("{} bytes behind the body's head, {} announced", present, announced));
-}
-
 }  // namespace
 
 Outcome<ProcessInfoRequest> decodeProcessInfo(std::span<const std::byte> body) {
   using Body = acl::ProcessInfoBody;
-  const auto reader = acl::BodyReader<Body>::over(body);
-  if (!reader) return tooShort(body.size(), Body::size);
-  if (const auto problem = problemOfTail(body.size() - Body::size, 0)) return *problem;
-  const std::string_view name = reader->get(Body::processName);
+  const auto reader = readerOver<Body>(body);
+  if (!reader) return reader.refusal();
+  const std::string_view name = reader.value().get(Body::processName);
   if (const auto problem = problemOfName(name)) return *problem;
   return ProcessInfoRequest{std::string(name)};
 }
@@ -62,7 +36,7 @@ Outcome<PolicyChunkRequest> decodePolicyChunk(std::span<const std::byte> body) {
     return *problem;
   }
   const std::string_view name = reader->get(Body::policyName);
-  if (const auto problem = problemOfPolicyName(name)) return *problem;
+  if (const auto problem = problemOfNameOf("policy", name)) return *problem;
   return PolicyChunkRequest{.policyName = std::string(name),
                             .totalLength = reader->get(Body::totalLength),
                             .chunkOffset = reader->get(Body::chunkOffset),
@@ -73,29 +47,27 @@ Outcome<PolicyChunkRequest> decodePolicyChunk(std::span<const std::byte> body) {
 
 Outcome<DeletePolicyRequest> decodeDeletePolicy(std::span<const std::byte> body) {
   using Body = acl::DeletePolicyBody;
-  const auto reader = acl::BodyReader<Body>::over(body);
-  if (!reader) return tooShort(body.size(), Body::size);
-  if (const auto problem = problemOfTail(body.size() - Body::size, 0)) return *problem;
-  const std::string_view name = reader->get(Body::policyName);
-  if (const auto problem = problemOfPolicyName(name)) return *problem;
+  const auto reader = readerOver<Body>(body);
+  if (!reader) return reader.refusal();
+  const std::string_view name = reader.value().get(Body::policyName);
+  if (const auto problem = problemOfNameOf("policy", name)) return *problem;
   return DeletePolicyRequest{std::string(name)};
 }
 
 Outcome<BindingRequest> decodeBinding(std::span<const std::byte> body) {
   using Body = acl::PolicyBindingBody;
-  const auto reader = acl::BodyReader<Body>::over(body);
-  if (!reader) return tooShort(body.size(), Body::size);
-  if (const auto problem = problemOfTail(body.size() - Body::size, 0)) return *problem;
-  const std::string_view name = reader->get(Body::policyName);
-  if (const auto problem = problemOfPolicyName(name)) return *problem;
-  const std::uint8_t applyFlags = reader->get(Body::applyFlags);
+  const auto reader = readerOver<Body>(body);
+  if (!reader) return reader.refusal();
+  const std::string_view name = reader.value().get(Body::policyName);
+  if (const auto problem = problemOfNameOf("policy", name)) return *problem;
+  const std::uint8_t applyFlags = reader.value().get(Body::applyFlags);
   if ((applyFlags & ~kKnownApplyFlags) != 0) {
     return Refusal{Status::kInvalidParameter, fmt::format("unknown apply flags {:#x}", applyFlags)};
   }
   return BindingRequest{.policyName = std::string(name),
-                        .point = {.port = reader->get(Body::port),
-                                  .vlan = reader->get(Body::vlan),
-                                  .direction = reader->get(Body::direction)},
+                        .point = {.port = reader.value().get(Body::port),
+                                  .vlan = reader.value().get(Body::vlan),
+                                  .direction = reader.value().get(Body::direction)},
                         .applyFlags = applyFlags};
 }
 
@@ -108,7 +80,7 @@ Outcome<ModifyRuleRequest> decodeModifyRule(std::span<const std::byte> body) {
     return *problem;
   }
   const std::string_view name = reader->get(Body::policyName);
-  if (const auto problem = problemOfPolicyName(name)) return *problem;
+  if (const auto problem = problemOfNameOf("policy", name)) return *problem;
   return ModifyRuleRequest{.policyName = std::string(name),
                            .argument1 = reader->get(Body::argument1),
                            .argument2 = reader->get(Body::argument2),

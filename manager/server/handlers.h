@@ -6,8 +6,10 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
+#include "manager/decode/outcome.h"
 #include "manager/model/peers.h"
 #include "manager/model/policy_store.h"
 #include "manager/server/policy_assembler.h"
@@ -43,6 +45,12 @@ struct Handler {
   Handle handle;
   MakeReply makeReply;
 };
+
+// Returns the answer that tells of a refusal.
+Answer answerOf(const Refusal &refusal);
+
+// Returns a port word in the words of the clients: slot:port.
+std::string portText(std::uint32_t port);
 
 // Returns the row of a code; of codes that the manager does not know, the row that refuses them.
 const Handler &handlerOf(std::uint16_t code) noexcept;

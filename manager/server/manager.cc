@@ -62,10 +62,11 @@ bool Manager::serveRequest(std::uint32_t connection, std::span<const std::byte> 
                         body, log_.showsRequests()};
   const Handler &handler = handlerOf(request.code);
   RequestText text;
-  const std::optional<Answer> answer = carryOut(handler, state_, request, text);
+  std::optional<Answer> answer = carryOut(handler, state_, request, text);
   log_.request(peerText(connection, state_.peers.find(connection)), handler.codeName, text, answer);
   if (!answer) return true;
-  return connections_.send(connection, replyPacket(handler.makeReply(body, answer->status)));
+  if (answer->reply.empty()) answer->reply = handler.makeReply(body, answer->status);
+  return connections_.send(connection, replyPacket(answer->reply));
 }
 
 void Manager::close(std::uint32_t connection, std::string_view reason) {

@@ -1,59 +1,13 @@
 #include "manager/server/replies.h"
 
-#include <algorithm>
-#include <array>
-#include <string>
-
 #include "acl_lib/encoding/message_body.h"
 #include "acl_lib/policy/policy_bodies.h"
 #include "acl_lib/transport/process_info_bodies.h"
 #include "manager/server/reply_bodies.h"
+#include "manager/server/reply_maker.h"
 
 namespace aclmgr {
 namespace {
-
-// Fills the reply to one request, whose body has the table Request.
-template <typename Request, typename Reply>
-class ReplyMaker {
- public:
-  ReplyMaker(std::span<const std::byte> request, Status status)
-      : request_(zeroExtended(request)), reply_(Reply::size), writer_(bytesOfReply()) {
-    writer_.put(Reply::code, reader().get(Request::code));
-    writer_.put(Reply::status, static_cast<std::int16_t>(status));
-  }
-
-  void echoHeader() {
-    writer_.put(Reply::header, reader().get(Request::header).template subspan<kStatusWidth>());
-  }
-  template <std::size_t Width>
-  void echo(const acl::Field<Request, acl::Text<Width>> &from,
-            const acl::Field<Reply, acl::Text<Width>> &to) {
-    writer_.put(to, std::string(reader().get(from)).c_str());
-  }
-  template <std::integral Value>
-  void echo(const acl::Field<Request, Value> &from, const acl::Field<Reply, Value> &to) {
-    writer_.put(to, reader().get(from));
-  }
-
-  std::vector<std::byte> take() { return std::move(reply_); }
-
- private:
-  using RequestBytes = std::array<std::byte, Request::size>;
-
-  static RequestBytes zeroExtended(std::span<const std::byte> request) {
-    RequestBytes bytes{};
-    std::ranges::copy(request.first(std::min(request.size(), bytes.size())), bytes.begin());
-    return bytes;
-  }
-  std::span<std::byte, Reply::size> bytesOfReply() {
-    return std::span<std::byte, Reply::size>(reply_.data(), Reply::size);
-  }
-  acl::BodyReader<Request> reader() const { return acl::BodyReader<Request>(request_); }
-
-  RequestBytes request_;
-  std::vector<std::byte> reply_;
-  acl::BodyWriter<Reply> writer_;
-};
 
 // The head that requests about policies and rules have in common.
 struct RequestHead {

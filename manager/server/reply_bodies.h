@@ -1,17 +1,15 @@
-// The bodies of the manager's replies about policies.
+// The bodies of the manager's replies that clients' libraries hand on without reading them. Those
+// that they read are in acl_lib/client/reply_bodies.h.
 //
 // A reply looks like its request: the code and the status stand over the first four bytes, and what
 // identifies the request is echoed where it stood.
 #ifndef MANAGER_SERVER_REPLY_BODIES_H
 #define MANAGER_SERVER_REPLY_BODIES_H
 
+#include "acl_lib/client/reply_bodies.h"
 #include "acl_lib/encoding/message_body.h"
 
 namespace aclmgr {
-
-// What a reply echoes of the request's 592-byte header: all of it behind the status.
-inline constexpr std::size_t kStatusWidth = 2;
-using EchoedHeader = acl::Bytes<acl::RequestHeader::width - kStatusWidth>;
 
 // To a client's announcement of itself.
 struct ProcessInfoReplyBody {
@@ -31,7 +29,7 @@ struct PolicyReplyBody {
 
   static constexpr acl::Field<PolicyReplyBody, std::uint16_t> code{0, "code"};
   static constexpr acl::Field<PolicyReplyBody, std::int16_t> status{2, "status"};
-  static constexpr acl::Field<PolicyReplyBody, EchoedHeader> header{4, "header"};
+  static constexpr acl::Field<PolicyReplyBody, acl::EchoedHeader> header{4, "header"};
   static constexpr acl::Field<PolicyReplyBody, acl::Name> policyName{592, "policyName"};
 
   static constexpr acl::FieldTable table{code, status, header, policyName};
@@ -44,7 +42,7 @@ struct BindingReplyBody {
 
   static constexpr acl::Field<BindingReplyBody, std::uint16_t> code{0, "code"};
   static constexpr acl::Field<BindingReplyBody, std::int16_t> status{2, "status"};
-  static constexpr acl::Field<BindingReplyBody, EchoedHeader> header{4, "header"};
+  static constexpr acl::Field<BindingReplyBody, acl::EchoedHeader> header{4, "header"};
   static constexpr acl::Field<BindingReplyBody, acl::Name> policyName{608, "policyName"};
   static constexpr acl::Field<BindingReplyBody, std::uint8_t> applyFlags{744, "applyFlags"};
   static constexpr acl::Field<BindingReplyBody, std::uint32_t> port{748, "port"};
@@ -63,7 +61,7 @@ struct UnknownCodeReplyBody {
 
   static constexpr acl::Field<UnknownCodeReplyBody, std::uint16_t> code{0, "code"};
   static constexpr acl::Field<UnknownCodeReplyBody, std::int16_t> status{2, "status"};
-  static constexpr acl::Field<UnknownCodeReplyBody, EchoedHeader> header{4, "header"};
+  static constexpr acl::Field<UnknownCodeReplyBody, acl::EchoedHeader> header{4, "header"};
 
   static constexpr acl::FieldTable table{code, status, header};
 };

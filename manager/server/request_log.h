@@ -19,7 +19,9 @@ namespace aclmgr {
 // What is answered to a request. The reason is for people and empty on success.
 struct Answer {
   Status status = Status::kOk;
-  std::string reason;
+  std::string reason = {};
+  std::vector<std::byte> reply =
+      {};  // the reply's body when its request and status do not tell all of it
 };
 
 // What one request says, collected while it is handled.

@@ -41,7 +41,8 @@ MAY_INCLUDE = {
     # receive_entry.h is the one upward link: start-up registers what the client subsystem receives
     # with. It lies in transport and declares nothing else.
     "acl_lib/transport": TRANSPORT,
-    "acl_lib/policy": TRANSPORT + ("acl_lib/policy",),
+    # Batches of requests about dynamic rules have the bodies of the single ones.
+    "acl_lib/policy": TRANSPORT + ("acl_lib/dynrules", "acl_lib/policy"),
     "acl_lib/dynrules": TRANSPORT + ("acl_lib/dynrules",),
     "acl_lib/client": CLIENT,
     "acl_lib/apppolicy": CLIENT + ("acl_lib/apppolicy",),

@@ -1,0 +1,33 @@
+#include "manager/decode/body_checks.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace aclmgr {
+
+Refusal invalidMessage(std::string reason) {
+  return {Status::kInvalidMessage, std::move(reason)};
+}
+
+Refusal tooShort(std::size_t length, std::size_t wanted) {
+  return invalidMessage(fmt::format("body of {} bytes, {} expected", length, wanted));
+}
+
+std::optional<Refusal> problemOfName(std::string_view name) {
+  if (name.size() == acl::kNameWidth) return invalidMessage("the name is not terminated");
+  return std::nullopt;
+}
+
+std::optional<Refusal> problemOfNameOf(std::string_view of, std::string_view name) {
+  if (name.empty()) return invalidMessage(fmt::format("the {}'s name is empty", of));
+  return problemOfName(name);
+}
+
+std::optional<Refusal> problemOfTail(std::size_t present, std::size_t announced) {
+  if (present == announced) return std::nullopt;
+  return invalidMessage(
+      fmt::format("{} bytes behind the body's head, {} announced", present, announced));
+}
+
+}  // namespace aclmgr
