@@ -16,6 +16,19 @@ PEERS = {
     "librarySend/1/real_time": "rawSend/1/real_time",
     "rawEpollRoundTrip/real_time": "rawRoundTrip/real_time",
     "libraryRoundTrip/real_time": "rawRoundTrip/real_time",
+    "policyStore/1000": "standardMap/1000",
+    "policyStore/10000": "standardMap/10000",
+    "policyStore/100000": "standardMap/100000",
+    "policyStore/1000000": "standardMap/1000000",
+    "createInTable/1000": "createInListAndMap/1000",
+    "createInTable/10000": "createInListAndMap/10000",
+    "createInTable/100000": "createInListAndMap/100000",
+    "findInTable/1000": "findInListAndMap/1000",
+    "findInTable/10000": "findInListAndMap/10000",
+    "findInTable/100000": "findInListAndMap/100000",
+    "evaluateTable/1000": "evaluateList/1000",
+    "evaluateTable/10000": "evaluateList/10000",
+    "evaluateTable/100000": "evaluateList/100000",
 }
 
 

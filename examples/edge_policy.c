@@ -11,12 +11,11 @@
  */
 #include <acl_lib.h>
 #include <arpa/inet.h>
-#include <pthread.h>
-#include <stdio.h>
 #include <string.h>
-#include <time.h>
 
-enum { ANSWER_SECONDS = 5, UPLINK_VLAN = 100, UPLINK_PORT = (1 << 16) | 24 /* slot 1, port 24 */ };
+#include "example_client.h"
+
+enum { UPLINK_VLAN = 100, UPLINK_PORT = (1 << 16) | 24 /* slot 1, port 24 */ };
 
 /* Type codes of the conditions and actions used here. */
 enum { SOURCE_IPV4 = 0, DESTINATION_IPV4 = 1, L4_DESTINATION_PORT = 13 };
@@ -26,48 +25,6 @@ enum { TCP_FIN_SYN = 0x03, TCP_ACK = 0x10, TCP_ALL = 0x3F };
 
 static AclPolicyHandle policy;
 static uint32_t rule; /* the rule being built */
-
-/* ---- Answers: the callback hands them from the dispatcher's thread to main. ------------------ */
-
-static pthread_mutex_t answerLock = PTHREAD_MUTEX_INITIALIZER;
-static pthread_cond_t answerCame = PTHREAD_COND_INITIALIZER;
-static int answers;
-static int failures;
-
-static void onAnswer(void *body) {
-  const uint8_t *bytes = body;
-  const unsigned code = (unsigned)bytes[0] << 8 | bytes[1];
-  const int status = (int16_t)((unsigned)bytes[2] << 8 | bytes[3]);
-  pthread_mutex_lock(&answerLock);
-  printf("  answer: code 0x%04x, status %d\n", code, status);
-  fflush(stdout);
-  answers++;
-  if (status != 0) failures++;
-  pthread_cond_signal(&answerCame);
-  pthread_mutex_unlock(&answerLock);
-}
-
-/* Waits for `expected` more answers. Returns 0 when they came and their statuses were 0. */
-static int awaitAnswers(const char *request, int sent, int expected) {
-  static int awaited;
-  struct timespec deadline;
-  int timedOut = 0;
-  printf("%s\n", request);
-  if (sent != 0) {
-    fprintf(stderr, "%s: could not be sent (%d)\n", request, sent);
-    return 1;
-  }
-  clock_gettime(CLOCK_REALTIME, &deadline);
-  deadline.tv_sec += ANSWER_SECONDS;
-  pthread_mutex_lock(&answerLock);
-  awaited += expected;
-  while (answers < awaited && timedOut == 0)
-    timedOut = pthread_cond_timedwait(&answerCame, &answerLock, &deadline);
-  const int bad = answers < awaited || failures != 0;
-  pthread_mutex_unlock(&answerLock);
-  if (timedOut != 0) fprintf(stderr, "%s: no answer within %d s\n", request, ANSWER_SECONDS);
-  return bad;
-}
 
 /* ---- Words of the policy: all data behind pointers is in network byte order. ------------------
  */
@@ -120,7 +77,7 @@ static void mirror(const char *name) {
   aclLibConfigActionMirror(policy, rule, data);
 }
 
-static void finish(int32_t verdict) {
+static void conclude(int32_t verdict) {
   aclLibConfigRuleAction(policy, rule, verdict);
 }
 
@@ -140,7 +97,7 @@ static void buildAntiSpoofing(void) {
     openRule(spoofed[i].name);
     address(SOURCE_IPV4, spoofed[i].prefix, spoofed[i].bits);
     count(1);
-    finish(DENY);
+    conclude(DENY);
   }
 }
 
@@ -154,12 +111,12 @@ static void buildManagementAccess(void) {
     destinationPorts(ports[i], ports[i]);
     count((uint16_t)(2 + i));
     queue(6);
-    finish(ACCEPT);
+    conclude(ACCEPT);
   }
   openRule("management-other");
   address(DESTINATION_IPV4, "203.0.113.1", 32);
-  finish(LOG);
-  finish(DENY);
+  conclude(LOG);
+  conclude(DENY);
 }
 
 static void buildTcp(void) {
@@ -167,16 +124,16 @@ static void buildTcp(void) {
   protocol(PROTO_TCP);
   tcpFlags(0, TCP_ALL);
   count(4);
-  finish(DENY);
+  conclude(DENY);
   openRule("tcp-syn-and-fin");
   protocol(PROTO_TCP);
   tcpFlags(TCP_FIN_SYN, TCP_FIN_SYN);
   mirror("intrusion-detection");
-  finish(DENY);
+  conclude(DENY);
   openRule("tcp-established");
   protocol(PROTO_TCP);
   tcpFlags(TCP_ACK, TCP_ACK);
-  finish(ACCEPT);
+  conclude(ACCEPT);
 }
 
 static void buildIcmpAndServices(void) {
@@ -189,34 +146,29 @@ static void buildIcmpAndServices(void) {
     protocol(PROTO_ICMP);
     icmpType(icmp[i].type);
     queue(1);
-    finish(ACCEPT);
+    conclude(ACCEPT);
   }
   openRule("dns");
   address(DESTINATION_IPV4, "203.0.113.53", 32);
   protocol(PROTO_UDP);
   destinationPorts(53, 53);
   queue(4);
-  finish(ACCEPT);
+  conclude(ACCEPT);
   openRule("web");
   address(DESTINATION_IPV4, "203.0.113.80", 32);
   protocol(PROTO_TCP);
   destinationPorts(80, 443);
-  finish(ACCEPT);
+  conclude(ACCEPT);
 }
 
 static void buildDefault(void) {
   openRule(NULL); /* named by the library */
   count(5);
-  finish(DENY);
+  conclude(DENY);
 }
 
 int main(void) {
-  setvbuf(stdout, NULL, _IOLBF, BUFSIZ); /* keeps step with the dump on standard error */
-  if (aclLibConnect(onAnswer) != 0) {
-    fprintf(stderr, "edge_policy: the messaging service is not available\n");
-    return 1;
-  }
-
+  if (connectToManager("edge_policy", NULL) != 0) return 1;
   policy = aclLibNewPolicy("edge-in");
   if (policy == 0) return 1;
   buildAntiSpoofing();
@@ -227,19 +179,7 @@ int main(void) {
   aclLibEndRule(policy);
   aclLibDumpRules(policy);
 
-  /* The connection comes up in the background: announce the process until that succeeds. */
-  const struct timespec pause = {0, 10L * 1000 * 1000};
-  int tries = ANSWER_SECONDS * 100;
-  while (aclLibSendProcessInfo("edge_policy") != 0) {
-    if (--tries == 0) {
-      fprintf(stderr, "edge_policy: no ACL manager within %d s\n", ANSWER_SECONDS);
-      return 1;
-    }
-    nanosleep(&pause, NULL);
-  }
-
-  int bad = awaitAnswers("announce the process", 0, 1);
-  bad |= awaitAnswers("add the policy", aclLibAddPolicy(policy), 1);
+  int bad = awaitAnswers("add the policy", aclLibAddPolicy(policy), 1);
   /* Only configuring marks a policy as added, so the first time it downloads the policy again: the
    * manager answers that request too. */
   bad |= awaitAnswers("apply it to port 1:24, VLAN 100",
@@ -248,6 +188,5 @@ int main(void) {
   bad |= awaitAnswers("take it off the port",
                       aclLibUnconfigPolicy(policy, UPLINK_VLAN, UPLINK_PORT, 0, NULL), 1);
   bad |= awaitAnswers("delete it", aclLibDeletePolicy(policy, NULL), 1);
-  puts(bad ? "edge_policy: failed" : "edge_policy: every request was answered with status 0");
-  return bad;
+  return finish("edge_policy", bad);
 }

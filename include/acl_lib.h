@@ -725,6 +725,286 @@ SWITCH_API int32_t aclSendModifyRule(const char *name, uint32_t arg1, uint32_t a
                                      uint32_t rulesLength, const void *header,
                                      AclSendFn send) SWITCH_NOEXCEPT;
 
+/* ---- Policy store ----------------------------------------------------------------------------
+ *
+ * The policies that an application has registered, by name. A policy is in the store from
+ * aclBtreeInsertPolicy() until aclBtreeDeletePolicy(), or until the ACL manager confirms its
+ * deletion, which the library takes as both: it is removed and freed.
+ *
+ * No call here takes the lock by itself, so that a walk sees one state: readers (find, first, next)
+ * bracket their use with aclBtreeReadLock(), writers (insert, delete) with aclBtreeWriteLock(),
+ * both with aclBtreeUnlock(). A found policy may be freed by the dispatcher's thread as soon as the
+ * lock is released. Handles are not checked: they must be those of living policies.
+ */
+
+/* Take aclPolicyLock for reading, take it for writing, release it. Return the result of the pthread
+ * call: 0, or an error number. */
+SWITCH_API int32_t aclBtreeReadLock(void) SWITCH_NOEXCEPT;
+SWITCH_API int32_t aclBtreeWriteLock(void) SWITCH_NOEXCEPT;
+SWITCH_API int32_t aclBtreeUnlock(void) SWITCH_NOEXCEPT;
+
+/* Registers a policy under its name. Returns 0; -1 when another one has that name (nothing
+ * changed); -2 for a handle that is 0, -1 or -2. */
+SWITCH_API int32_t aclBtreeInsertPolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
+
+/* Takes a policy out of the store and leaves it alive. Returns 0; -1 when it is not in the store;
+ * -2 for a handle that is 0, -1 or -2. */
+SWITCH_API int32_t aclBtreeDeletePolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
+
+/* Finds a policy. name: NUL-terminated, its first 32 characters count; null is the empty name.
+ * Returns its handle, 0 when there is none. */
+SWITCH_API AclPolicyHandle aclFindPolicy(const char *name) SWITCH_NOEXCEPT;
+
+/* Returns the first policy in the order of names (by bytes), 0 when the store is empty. */
+SWITCH_API AclPolicyHandle aclFindFirstPolicy(void) SWITCH_NOEXCEPT;
+
+/* Returns the policy that follows one in the store, 0 after the last one and for 0, -1 and -2. */
+SWITCH_API AclPolicyHandle aclGetNextPolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
+
+/* The root of the store, null when it is empty. */
+SWITCH_API extern KvNode *aclPolicyTree;
+
+/* ---- Test policies ---------------------------------------------------------------------------
+ *
+ * Fixed policies that try the whole road from encoding to the ACL manager. Neither call sends: the
+ * caller adds or refreshes the policy. Both print it as aclLibDumpRules() does.
+ */
+
+/* Creates a policy of six rules, "rule-0" to "rule-5". name: as for aclLibNewPolicy(). Returns the
+ * handle; 0 when memory is exhausted; -2 for a null or empty name. In both cases nothing is
+ * printed. */
+SWITCH_API AclPolicyHandle aclLibCreateTestPolicy(const char *name) SWITCH_NOEXCEPT;
+
+/* Replaces the rules of a policy by ten others, "rule-0" to "rule-9". Returns `policy` as it is; a
+ * bad one is neither reported nor touched. */
+SWITCH_API AclPolicyHandle aclLibModifyTestPolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
+
+/* ---- Dynamic rules ---------------------------------------------------------------------------
+ *
+ * Dynamic rules are named rules that an application adds and binds to a port and VLAN at run time,
+ * outside any policy. Each call sends one request and returns the result of the send; the manager's
+ * answer comes to the callback. Any thread. The calls that end in Batch may leave their request
+ * waiting (flush 0) so that several travel in one packet: with the last one, sent with flush not 0,
+ * or with transHandleCommit(aclHandle); they write no trace line.
+ *
+ *   ruleName, counterName  NUL-terminated, the first 32 characters are sent; null is the empty name
+ *   encodedRule            816 bytes, copied as they are: the record of a rule as it lies in a
+ *                          policy's ruleBuffer, and whatever follows it there; null gives -2
+ *   appId                  application: a row of aclGlobalApps; traces show any other one as row 0
+ *   context                comes back with the answer
+ *   vlan                   VLAN id, or number of a VLAN interface
+ *   port                   slot in bits 16 to 23, port number in bits 0 to 15
+ *   direction              ingress or egress, as the ACL manager numbers them; its low byte is sent
+ *   record                 borrowed; null gives -2
+ */
+
+/* What a dynamic rule is bound to, and how. Host byte order. */
+typedef struct AclDynRuleRecord {
+  uint32_t appId;
+  uint32_t ruleFlags;        /* passed on to the manager */
+  char ruleName[33];         /* NUL-terminated */
+  char relativeRuleName[33]; /* the rule this one is placed before or behind; may be empty */
+  uint8_t reserved1[66];
+  int32_t priority;
+  uint8_t ruleKind; /* passed on by aclLibConfigDynRuleBatch() only */
+  uint8_t reserved2[3];
+  uint32_t port;
+  uint8_t rule[1316]; /* room for the rule itself; not read by this library */
+  int32_t vlan;
+  uint8_t direction;
+  uint8_t reserved3[11];
+  uint16_t bindAttr;   /* passed on */
+  uint32_t bindFlags;  /* passed on */
+  uint32_t bindCookie; /* comes back with the answer */
+} AclDynRuleRecord;
+
+/* Which counter is to be cleared. Host byte order. */
+typedef struct AclCounterClearRecord {
+  uint32_t appId;
+  uint32_t port;
+  uint32_t vlan;
+  uint8_t direction;
+  char ruleName[33];    /* NUL-terminated */
+  char counterName[33]; /* NUL-terminated */
+} AclCounterClearRecord;
+
+/* A rule by its name. Host byte order. */
+typedef struct AclRuleRecord {
+  char ruleName[33];   /* NUL-terminated */
+  uint32_t policyFlag; /* not 0: the name is a policy's, 0: a dynamic rule's */
+  uint8_t direction;   /* 1: egress */
+  uint8_t attribute;   /* passed on */
+} AclRuleRecord;
+
+/* A client process, as the ACL manager knows it. Host byte order. */
+typedef struct AclClientId {
+  uint16_t clientNumber;
+  uint32_t word1; /* passed on */
+  uint32_t word2; /* passed on */
+} AclClientId;
+
+/* One entry of a list of policies to be checked. Host byte order. */
+typedef struct AclPolicyEntry {
+  uint8_t type;        /* passed on */
+  uint32_t value;      /* passed on */
+  char policyName[33]; /* NUL-terminated */
+} AclPolicyEntry;
+
+/* Adds a dynamic rule; it filters nothing until it is configured. */
+SWITCH_API int32_t aclLibAddDynRule(const char *ruleName, const void *encodedRule, uint32_t appId,
+                                    uint32_t context) SWITCH_NOEXCEPT;
+
+/* Deletes a dynamic rule. */
+SWITCH_API int32_t aclLibDelDynRule(const char *ruleName, uint32_t appId) SWITCH_NOEXCEPT;
+
+/* Binds a dynamic rule. */
+SWITCH_API int32_t aclLibConfigDynRule(const AclDynRuleRecord *record) SWITCH_NOEXCEPT;
+
+/* Takes a dynamic rule off. relativeRuleName, priority and bindAttr are not sent. */
+SWITCH_API int32_t aclLibUnconfigDynRule(const AclDynRuleRecord *record) SWITCH_NOEXCEPT;
+
+/* Asks for a counter of a dynamic rule. The answer, code 0x3011, carries its name (33 bytes) at 634
+ * and its value in two 32-bit words, the upper one at 680, the lower one at 684. */
+SWITCH_API int32_t aclLibGetDynRuleCounter(const char *ruleName, const char *counterName,
+                                           uint32_t vlan, uint32_t port, uint32_t direction,
+                                           uint32_t appId, uint32_t context) SWITCH_NOEXCEPT;
+
+/* Sets a counter of a dynamic rule to 0. */
+SWITCH_API int32_t aclLibClearCounter(const AclCounterClearRecord *record,
+                                      uint32_t context) SWITCH_NOEXCEPT;
+
+/* The same, from single arguments. */
+SWITCH_API int32_t aclLibClearCounterWrapper(const char *ruleName, const char *counterName,
+                                             uint32_t vlan, uint32_t port, uint32_t direction,
+                                             uint32_t appId, uint32_t context) SWITCH_NOEXCEPT;
+
+/* As aclLibConfigDynRule(). Sends ruleKind, but no priority, bindAttr nor bindFlags. */
+SWITCH_API int32_t aclLibConfigDynRuleBatch(const AclDynRuleRecord *record,
+                                            int32_t flush) SWITCH_NOEXCEPT;
+
+/* As aclLibUnconfigDynRule(). Sends no bindCookie nor bindFlags. */
+SWITCH_API int32_t aclLibUnconfigDynRuleBatch(const AclDynRuleRecord *record,
+                                              int32_t flush) SWITCH_NOEXCEPT;
+
+/* As aclLibAddDynRule(). Five such requests fill a packet. */
+SWITCH_API int32_t aclLibAddDynRuleBatch(const char *ruleName, const void *encodedRule,
+                                         uint32_t appId, int32_t flush,
+                                         uint32_t context) SWITCH_NOEXCEPT;
+
+/* As aclLibDelDynRule(). */
+SWITCH_API int32_t aclLibDelDynRuleBatch(const char *ruleName, uint32_t appId,
+                                         int32_t flush) SWITCH_NOEXCEPT;
+
+/* ---- Requests about a whole client -----------------------------------------------------------
+ *
+ * Each sends one request at once and returns the result of the send. Any thread.
+ */
+
+/*
+ * Takes a rule off everywhere it is bound.
+ *   rule        its name and policyFlag are sent; null gives 0, and nothing is sent
+ *   unbindFlag, unbindKey
+ *               passed on to the manager
+ */
+SWITCH_API int32_t aclLibUnbindRule(const AclRuleRecord *rule, uint8_t unbindFlag,
+                                    uint16_t unbindKey) SWITCH_NOEXCEPT;
+
+/*
+ * Moves an attribute from one application to another.
+ *   attribute   a number of the ACL manager
+ *   fromApplication, toApplication
+ *               rows of aclGlobalApps
+ *   moveCookie  comes back with the answer
+ */
+SWITCH_API int32_t aclLibMoveApplAttribute(uint8_t attribute, uint8_t fromApplication,
+                                           uint8_t toApplication,
+                                           uint32_t moveCookie) SWITCH_NOEXCEPT;
+
+/* Removes everything a client has installed. client: borrowed; null gives -2. */
+SWITCH_API int32_t aclLibCleanClientRules(const AclClientId *client) SWITCH_NOEXCEPT;
+
+/*
+ * Asks whether policies exist.
+ *   entries      `count` entries, borrowed; may be null when count is 0
+ *   count        at most 100; more, or a null array with a count, gives -2
+ *   checkCookie  comes back with the answer
+ */
+SWITCH_API int32_t aclLibCheckPolicy(const AclPolicyEntry *entries, uint32_t count,
+                                     uint32_t checkCookie) SWITCH_NOEXCEPT;
+
+/* ---- Meters ----------------------------------------------------------------------------------
+ *
+ * A meter is a named rate limiter that an application owns in the ACL manager. Creating,
+ * configuring and deleting send a request whose answer comes to the callback, and return 0 when it
+ * was sent, -1 otherwise. Any thread.
+ *
+ *   meterName  NUL-terminated, the first 31 characters are sent (32 for the calls that bind)
+ *   owner      borrowed, not null
+ */
+
+/* Whose meter it is. Host byte order. */
+typedef struct AclMeterOwner {
+  uint16_t appId;        /* a row of aclGlobalApps */
+  uint32_t meterContext; /* comes back with the answer */
+} AclMeterOwner;
+
+/* Creates a meter. */
+SWITCH_API int32_t aclLibCreateMeter(const char *meterName,
+                                     const AclMeterOwner *owner) SWITCH_NOEXCEPT;
+
+/* Deletes a meter. */
+SWITCH_API int32_t aclLibDeleteMeter(const char *meterName,
+                                     const AclMeterOwner *owner) SWITCH_NOEXCEPT;
+
+/*
+ * Sets a meter's rates. All numbers are passed on as they are, in the manager's units and codes.
+ *   cirRate, cirBurstSize  committed information rate and burst size
+ *   peakRate, burstSize    peak rate and burst size
+ *   outAction              what becomes of packets that are out of profile
+ *   dscpVal                DSCP that such packets get, where outAction says so
+ *   extra                  passed on
+ */
+SWITCH_API int32_t aclLibConfigMeter(const char *meterName, uint32_t cirRate, uint32_t cirBurstSize,
+                                     uint32_t peakRate, uint32_t burstSize, uint32_t outAction,
+                                     uint32_t dscpVal, uint32_t extra,
+                                     const AclMeterOwner *owner) SWITCH_NOEXCEPT;
+
+/*
+ * Bind a meter to a client and take it off, over the synchronous channel: they wait for the
+ * manager. target: a number of the manager; its low byte is sent. Return the manager's status
+ * (aclStatusText()), or -1 when the request could not be sent. One thread at a time.
+ */
+SWITCH_API int32_t aclLibBindMeter(const char *meterName, uint32_t target) SWITCH_NOEXCEPT;
+SWITCH_API int32_t aclLibUnbindMeter(const char *meterName, uint32_t target) SWITCH_NOEXCEPT;
+
+/* ---- Synchronous channel ---------------------------------------------------------------------
+ *
+ * A second connection to the ACL manager, for requests whose caller waits for the answer. One
+ * request at a time: two threads at once could take each other's answers. Must not be used on the
+ * dispatcher's thread. Nothing here gives up: without a manager the calls wait until there is one.
+ */
+
+/* Looks the manager up and connects. Returns 0 when connected; -109 when the manager refuses. The
+ * first request does it by itself. */
+SWITCH_API int32_t initAclLibSyncConfigLib(void) SWITCH_NOEXCEPT;
+
+/*
+ * Sends one request and waits for its answer.
+ *   body    `length` bytes, big-endian, a message code first; overwritten by as many bytes of the
+ *           answer, zeros behind a shorter one
+ *   length  at most 65535
+ * Returns the answer's status; -1, with the body unchanged, when the request could not be sent at
+ * once or the answer carries no object; -2 for a null body or a longer one. Aborts when there is no
+ * memory for the answer. A request that the bus has queued gives -1 too, and is answered all the
+ * same: the next call may take that answer for its own.
+ */
+SWITCH_API int32_t aclLibSendAndRecvFromAclMgr(void *body, uint32_t length) SWITCH_NOEXCEPT;
+
+SWITCH_API extern uint32_t
+    aclLibSyncConfigService; /* the channel's message-bus client, 0 for none */
+SWITCH_API extern uint32_t
+    aclLibSyncConfigPeerId; /* the manager's peer on it, 0 before its set-up */
+
 /* ---- Tracing and events ---------------------------------------------------------------------- */
 
 /*
@@ -757,10 +1037,403 @@ SWITCH_API extern const AclStatName aclIPropStats[7];
 /* A slot for the library's users: the library never touches it. Zero at load. */
 SWITCH_API extern uint8_t aclTimerList[92];
 
+/* ---- Status codes ---------------------------------------------------------------------------- */
+
+/*
+ * Puts a status of the ACL manager into words. Returns a constant text, or for a status without one
+ * aclStatusStringBuff, which every call overwrites. For the thread that handles messages, and for
+ * others only while that one does not map a status.
+ */
+SWITCH_API const char *aclStatusText(int16_t status) SWITCH_NOEXCEPT;
+
+/* The text of the last status if it had no fixed one, else empty. */
+SWITCH_API extern char aclStatusStringBuff[100];
+
+/* ---- Rule table ------------------------------------------------------------------------------
+ *
+ * The dynamic rules that this process keeps for itself: a ring of named entries, in the order in
+ * which they are evaluated. The first entry of a name is meant wherever several have it. Calls may
+ * come from any thread. Pointers to entries and names are borrowed from the table and end with the
+ * entry; a thread that uses them keeps others from deleting it.
+ */
+
+/* A condition or an action of a rule. Host byte order. */
+typedef struct AclRuleTerm {
+  uint32_t lead[3]; /* not used */
+  uint32_t type;    /* 1 permit, 2 deny, 3 value under a mask, 4 IPv6 prefix */
+  uint32_t pad1[4];
+  uint32_t wildcard; /* types 3 and 4: 1 matches any value */
+  uint32_t pad2[2];
+  uint8_t
+      matchData[16];  /* type 3: value, mask (two uint32_t); type 4: the address, network order */
+  uint32_t prefixLen; /* type 4: bits of the prefix */
+  uint32_t pad3[5];
+} AclRuleTerm;
+
+/* One rule of the table. Host byte order. */
+typedef struct AclClientEntry {
+  struct AclClientEntry *next, *prev; /* the ring; written by the table only */
+  uint32_t ruleWord;                  /* as the manager described the rule */
+  char name[33];                      /* NUL-terminated; written by the table only */
+  uint32_t attrA, attrB;              /* as the manager described the rule */
+  AclRuleTerm terms[5];
+  int32_t termCount;   /* terms in use, 0 to 5 */
+  uint32_t permitHits; /* evaluations that ended in permit; wraps */
+  uint32_t denyHits;   /* evaluations that ended in deny; wraps */
+} AclClientEntry;
+
+/* The head of the table. */
+typedef struct AclClientEntryList {
+  AclClientEntry *first; /* null when the table is empty */
+  int32_t count;
+} AclClientEntryList;
+
+/* A packet field to be evaluated. Host byte order. */
+typedef struct AclEvalPacket {
+  uint32_t lead[5];   /* not read */
+  uint8_t field[16];  /* type 3: the value (uint32_t); type 4: the address, network order */
+  uint32_t prefixLen; /* type 4: bits of the address that are given */
+} AclEvalPacket;
+
+/* Returns how many rules there are. */
+SWITCH_API int32_t aclLibGetRuleCount(void) SWITCH_NOEXCEPT;
+
+/* Returns the name of the first rule, null when there is none. */
+SWITCH_API const char *aclLibGetFirstRule(void) SWITCH_NOEXCEPT;
+
+/* Returns the name of the rule behind the one named, null behind the last one and for an unknown
+ * name; the first rule's name for a null name. */
+SWITCH_API const char *aclLibFindNextRule(const char *name) SWITCH_NOEXCEPT;
+
+/* Returns the entry of a name, null when there is none; the first entry for a null name. */
+SWITCH_API AclClientEntry *aclLibFindClientEntry(const char *name) SWITCH_NOEXCEPT;
+
+/*
+ * Adds a rule. A second one of the same name is added like any other.
+ *   name      NUL-terminated, the first 32 characters are kept; null is the empty name
+ *   refName   the rule it is placed beside, null for the first one; not looked at in an empty table
+ *   position  1 before it, anything else behind it
+ * Returns 1; 0 when memory is exhausted or refName is unknown (nothing changed).
+ */
+SWITCH_API int32_t aclLibCreateRule(const char *name, const char *refName,
+                                    int32_t position) SWITCH_NOEXCEPT;
+
+/* Deletes a rule, or all for a null name. An unknown name is ignored. */
+SWITCH_API void aclLibDeleteRule(const char *name) SWITCH_NOEXCEPT;
+
+/*
+ * Gives the rule of desc's name desc's words and terms, and counters of 0. Of each of the five
+ * terms only what its type uses is copied. Ignored for a null desc and an unknown name.
+ */
+SWITCH_API void aclLibCopyDynRule(const AclClientEntry *desc, uint32_t ignored1,
+                                  uint32_t ignored2) SWITCH_NOEXCEPT;
+
+/* Writes "not set", "1 Dynamic rule configured" or "<n> Dynamic rules configured". buf: 31 bytes or
+ * more, not null. Returns the length of the text. */
+SWITCH_API int32_t aclLibCopyRuleToDisplay(char *buf) SWITCH_NOEXCEPT;
+
+/* Reads the counters of a rule. Outputs not null. Returns 1; 0, with the outputs untouched, when
+ * there is no such rule; a null name is the first one. */
+SWITCH_API int32_t aclLibGetRuleStats(const char *name, uint64_t *permitOut,
+                                      uint64_t *denyOut) SWITCH_NOEXCEPT;
+
+/* Sets the counters of all rules to 0. */
+SWITCH_API void aclLibClearClientCounters(void) SWITCH_NOEXCEPT;
+
+/* Counts an evaluation: action 1 permit, 2 deny; anything else, and a null entry, counts nothing.
+ */
+SWITCH_API void aclLibUpdateCounter(AclClientEntry *entry, uint32_t action) SWITCH_NOEXCEPT;
+
+/* Tells whether this card can filter on egress: not 0 when it can. x: not used. */
+SWITCH_API int32_t aclEgressSupported(uint32_t x) SWITCH_NOEXCEPT;
+
+/*
+ * Adds a rule to the table and asks the ACL manager to install it (code 0x3007).
+ *   ignored                  not used
+ *   name, refName, position  as for aclLibCreateRule(), but a null name gives 0
+ *   flags                    passed on to the manager
+ *   cookie                   comes back with the answer
+ * Returns 1 when the request was sent; 0 otherwise: the rule then is in the table all the same,
+ * unless aclLibCreateRule() refused it.
+ */
+SWITCH_API int32_t aclLibConfigAppRule(uint32_t ignored, const char *name, const char *refName,
+                                       uint32_t flags, uint32_t position,
+                                       uint32_t cookie) SWITCH_NOEXCEPT;
+
+/*
+ * Deletes a rule from the table and asks the ACL manager to remove it (code 0x3008); with a null
+ * name, every rule of the table.
+ *   position, flags  passed on to the manager
+ *   send             sends each request; null gives -2
+ * Returns what `send` returned (0 when sent, unlike aclLibConfigAppRule()); 1 for a null name.
+ */
+SWITCH_API int32_t aclUnconfigAppRule(uint32_t position, const char *name, uint32_t flags,
+                                      AclSendFn send) SWITCH_NOEXCEPT;
+
+/* The same through aclLibSendMsg(). */
+SWITCH_API int32_t aclLibUnconfigAppRule(uint32_t position, const char *name,
+                                         uint32_t flags) SWITCH_NOEXCEPT;
+
+/*
+ * Asks the ACL manager whether a rule can be installed (code 0x3009).
+ *   rule       borrowed
+ *   ports      `portCount` ports; may be null when portCount is 0
+ *   portCount  0 to 2
+ *   arg        its low 16 bits are passed on
+ *   cookie     comes back with the answer
+ * Returns the result of the send; -1 for a null rule or more ports; -2 for null ports with a count;
+ * -31 for an egress rule on a card that cannot filter on egress (aclStatusText()). Nothing is sent
+ * then.
+ */
+SWITCH_API int32_t aclLibCheckRuleValidity(const AclRuleRecord *rule, const uint8_t *ports,
+                                           uint32_t portCount, uint32_t arg,
+                                           uint32_t cookie) SWITCH_NOEXCEPT;
+
+/*
+ * Decides one packet field by the rules of the table, without asking the ACL manager: the first
+ * rule that has a term of the type and of which such a term matches decides, by the first permit or
+ * deny behind that term.
+ *   ignored    not used
+ *   fieldType  3 or 4; anything else matches nothing
+ *   packet     borrowed, not null
+ *   action     in and out, not null: 0 not set, 1 permit, 2 deny
+ * Returns the name of the rule whose permit or deny decided; `action` is then set accordingly. Null
+ * otherwise: without any rules (action untouched); when the matching rule has no action behind its
+ * match (an action of 0 becomes 1, another one is kept); when nothing matched (action becomes 2).
+ * Counts the decision at the matching rule. Any thread.
+ */
+SWITCH_API const char *aclLibEvaluateRule(uint32_t ignored, uint32_t fieldType,
+                                          const AclEvalPacket *packet,
+                                          uint32_t *action) SWITCH_NOEXCEPT;
+
+SWITCH_API extern AclClientEntryList gClientEntryList;
+
+/* Not 0: evaluation prints a line on standard output where no rule's action decided. */
+SWITCH_API extern uint32_t aclLibDebug;
+
+/* ---- Applications and pending requests -------------------------------------------------------
+ *
+ * A request that an application wants answered under its own code and cookie is registered before
+ * it is sent. The manager's answer finds it by its sequence number, and forgets it. Calls may come
+ * from any thread; a record found is borrowed, and must not be used while another thread, or an
+ * answer, may remove it.
+ */
+
+/* One application of the switch. */
+typedef struct AclGlobalApp {
+  uint32_t reserved;
+  int32_t id;       /* its row */
+  const char *name; /* shown in traces */
+  int32_t appClass; /* -1 to 2 */
+  int32_t number;
+} AclGlobalApp;
+
+/* An application that has registered a request; never freed. */
+typedef struct AclApplInfo {
+  struct AclApplInfo *next, *prev; /* the ring */
+  uint8_t applId;
+  uint8_t zero[3];
+  KvNode *requests; /* tree of its AclApplReq, by sequence number */
+} AclApplInfo;
+
+/* The head of the ring of applications. */
+typedef struct AclApplInfoList {
+  AclApplInfo *first; /* null when the ring is empty */
+  uint32_t count;     /* never changed by the library: always 0 */
+} AclApplInfoList;
+
+/* One pending request: a block of calloc(). */
+typedef struct AclApplReq {
+  KvNode node;
+  uint16_t reqCode; /* the code that the answer is to show to the application */
+  uint32_t seqNo;
+  uint32_t cookie; /* the application's, comes back with the answer */
+  char name[33];   /* NUL-terminated */
+  uint8_t kind;
+  uint32_t tag;
+} AclApplReq;
+
+/* Rows 0 to 28 are the applications, row 0 stands for all that are not listed; row 29 is zero. */
+SWITCH_API extern const AclGlobalApp aclGlobalApps[30];
+
+SWITCH_API extern AclApplInfoList gaclApplReqList;
+
+/* The sequence number that was given out last. */
+SWITCH_API extern uint32_t aclReqSeqCounter;
+
+/* Returns the count word of gaclApplReqList, which is always 0, however many there are. */
+SWITCH_API uint32_t aclLibGetApplCount(void) SWITCH_NOEXCEPT;
+
+/*
+ * Finds the record of an application.
+ *   applId  0 is the first record of the ring, whichever it is, and never creates one; one above
+ *           255 is never found, and creates a record of its low byte every time
+ *   create  not 0: make the record when there is none
+ *
+ * Returns the record; null when there is none, or memory is exhausted.
+ */
+SWITCH_API AclApplInfo *aclLibFindApplInfo(uint32_t applId, uint32_t create) SWITCH_NOEXCEPT;
+
+/*
+ * Registers a request.
+ *   applId     as above
+ *   reqCode    its low 16 bits: the code of the answer that the application gets
+ *   cookie     comes back with the answer
+ *   name       NUL-terminated, the first 32 characters are kept; null is the empty name
+ *   kind, tag  an answer to requests of code 0x300B names those it is for
+ * Returns the sequence number; 0 when memory is exhausted, when applId is 0 and no application has
+ * registered yet, or when a request of the application still waits under the number that is next.
+ * The numbers wrap: after 4294967295 comes 0, which looks like a failure.
+ */
+SWITCH_API uint32_t aclLibGetClientSeqNo(uint32_t applId, int32_t reqCode, uint32_t cookie,
+                                         const char *name, uint8_t kind,
+                                         uint32_t tag) SWITCH_NOEXCEPT;
+
+/* Orders two AclApplReq by sequence number: -1, 0 or 1. */
+SWITCH_API int32_t aclApplReqCmpFuncBySeqNo(const void *a, const void *b) SWITCH_NOEXCEPT;
+
+/* Adds a record to a tree. Returns 0; -1 when one of its sequence number is there already. */
+SWITCH_API int32_t aclInsertApplReq(AclApplReq *req, KvNode **tree) SWITCH_NOEXCEPT;
+
+/* Takes a record out of its application's tree; the caller frees it, with free(). Returns 0; -1
+ * when it is not there; -2 for a null applInfo. */
+SWITCH_API int32_t aclDeleteApplReq(AclApplReq *req, AclApplInfo *applInfo) SWITCH_NOEXCEPT;
+
+/* Returns the record of the lowest sequence number, null when there is none or applInfo is null. */
+SWITCH_API AclApplReq *aclFindFirstApplReq(AclApplInfo *applInfo) SWITCH_NOEXCEPT;
+
+/* Returns the record of the next higher sequence number, null behind the last one. */
+SWITCH_API AclApplReq *aclFindNextApplReq(AclApplReq *req) SWITCH_NOEXCEPT;
+
+/* Returns the record of a sequence number, null when there is none. ignored: not used. */
+SWITCH_API AclApplReq *aclFindApplReqBySeqNo(uint32_t ignored, uint32_t seqNo,
+                                             KvNode **tree) SWITCH_NOEXCEPT;
+
+/* ---- Application policies and slices --------------------------------------------------------- */
+
+/* One rule of an application policy. Host byte order. */
+typedef struct AclAppPolicyEntry {
+  char ruleName[33]; /* NUL-terminated */
+  uint32_t ruleAttr; /* passed on to the manager */
+  uint8_t reserved[4];
+} AclAppPolicyEntry;
+
+/* An address and which of its bits count. */
+typedef struct AclMacMatch {
+  uint8_t address[6], mask[6];
+} AclMacMatch;
+
+/* What the second of the two match values may be: 36 bytes. */
+typedef union AclAppMatch2 {
+  char name[33];     /* type 26 */
+  uint32_t words[2]; /* type 39 */
+  AclMacMatch mac;   /* types 62 and 63 */
+  uint8_t raw[36];
+} AclAppMatch2;
+
+/* What the first one may be: 48 bytes. */
+typedef union AclAppMatch1 {
+  char name[33];
+  uint32_t words[2];
+  AclMacMatch mac;
+  uint8_t raw[48];
+} AclAppMatch1;
+
+/* A set of rules that an application wants installed for one binding. Host byte order. */
+typedef struct AclAppPolicyRequest {
+  uint16_t ruleCount; /* 1 to 40 */
+  union {
+    uint16_t policyAttr; /* passed on; its low byte is the number of match values: 0, 1 or 2 */
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    __extension__ struct {
+      uint8_t policyAttrHigh;
+      uint8_t matchCount;
+    };
+#else
+    uint8_t matchCount;
+#endif
+  };
+  uint32_t requestWord0;
+  uint32_t requestWord1; /* its low byte is sent */
+  uint32_t requestWord2; /* the tag of the pending request, too */
+  uint32_t requestWord3;
+  uint8_t reserved1[12];
+  uint8_t match1Type; /* 26, 39, 62 or 63; any other one is not sent, nor its value */
+  uint8_t reserved2[7];
+  AclAppMatch1 match1Value;
+  uint8_t match2Type;
+  uint8_t reserved3[7];
+  AclAppMatch2 match2Value;
+  char policyName[33]; /* NUL-terminated */
+  uint8_t reserved4[3];
+  AclAppPolicyEntry entries[40];
+} AclAppPolicyRequest;
+
+/* A reservation of classifier slices. Host byte order. */
+typedef struct AclSliceRequest {
+  uint32_t unreserve;  /* 0 reserve, anything else give back */
+  uint32_t stage;      /* stage of the classifier, as the manager numbers them */
+  uint32_t sliceType;  /* 2 profile ID VLAN, 3 VFP shared, 4 permit/deny, 5 CoS, 6 ACL style */
+  uint32_t sliceCount; /* in the most significant byte */
+  uint32_t doubleWide; /* not 0: slices of double width */
+  uint32_t appId;      /* a row of aclGlobalApps */
+} AclSliceRequest;
+
+/*
+ * Asks the ACL manager to install an application policy (code 0x300B), after registering the
+ * request with aclLibGetClientSeqNo().
+ *   request    borrowed
+ *   appId      a row of aclGlobalApps; its low byte is sent
+ *   flags      its low byte is sent, and is the kind of the pending request
+ *   callerRef  the cookie that comes back with the answer
+ * Returns the result of the send; 0, with nothing sent, for a null request or a ruleCount of 0 or
+ * above 40. Without memory for the registration the request is sent with sequence number 0. Any
+ * thread.
+ */
+SWITCH_API int32_t aclLibApplyAppPolicy(const AclAppPolicyRequest *request, uint32_t appId,
+                                        uint32_t flags, uint32_t callerRef) SWITCH_NOEXCEPT;
+
+/* Asks for the removal of an application policy (code 0x300C); arguments and results as above.
+ * Sends no name, no policyAttr, no second match value, nor the mask of the first one. */
+SWITCH_API int32_t aclLibUnApplyAppPolicy(const AclAppPolicyRequest *request, uint32_t appId,
+                                          uint32_t flags, uint32_t callerRef) SWITCH_NOEXCEPT;
+
+/* Returns the name of what is done to a rule: a constant text, "unknown action" outside 1 to 8. */
+SWITCH_API const char *aclGetRuleActionString(int32_t action) SWITCH_NOEXCEPT;
+
+/*
+ * Reserves classifier slices for an application, or gives them back (code 0x301C, answered by
+ * 0x301D).
+ *   sliceRequest  borrowed; null gives -2
+ *   context       comes back with the answer
+ * Returns the result of the send; -1, with nothing sent, for an appId of 29 or more. Any thread.
+ */
+SWITCH_API int32_t aclLibSliceConfig(const AclSliceRequest *sliceRequest,
+                                     uint32_t context) SWITCH_NOEXCEPT;
+
 /* ---- Messages from the ACL manager ----------------------------------------------------------- */
 
 /*
- * Handles the TLV objects of one message: each reply is handed to aclMsgCallback.
+ * Answers every pending request that a reply of code 0x300B covers: the callback gets the reply
+ * once for each, in the order of the sequence numbers, with the request's own code at 0 and its
+ * cookie at 588. A pending request of code 0x300C is removed without an answer.
+ *   reply  608 bytes or more, rewritten; null is ignored. It names the application (1 byte at 592),
+ *          kind (1 byte at 593), tag (596), first and last sequence number (600, 604).
+ * A range whose last number is below its first one has wrapped; of the numbers from the first one
+ * on, only those below 2147483648 then are covered. The callback may call the library, and may
+ * remove the request it is told about. Requests that are registered meanwhile are not answered.
+ */
+SWITCH_API void aclLibSendClientConfigReply(void *reply) SWITCH_NOEXCEPT;
+
+/* Answers the one pending request of a reply of code 0x300C, in the same way. reply: 594 bytes or
+ * more; it names the sequence number (588) and the application (1 byte at 593). */
+SWITCH_API void aclLibSendClientUnconfigReply(void *reply) SWITCH_NOEXCEPT;
+
+/*
+ * Handles the replies of one message: brings the rule table and the policy store up to date, writes
+ * a trace line, and hands each reply to aclMsgCallback. A reply that is shorter than its code needs
+ * is handled on a copy that zeros continue. Behind a reply of code 0x300B or 0x300C nothing of the
+ * message is read.
  *   buffer      the message, borrowed; null is ignored
  *   length      bytes; below 1 is ignored
  *   sameBuffer  the same packet again; not used

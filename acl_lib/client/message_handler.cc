@@ -7,6 +7,9 @@
 #include <cstring>
 
 #include "acl_lib.h"
+#include "acl_lib/client/reply_callback.h"
+#include "acl_lib/client/reply_handlers.h"
+#include "acl_lib/encoding/byte_order.h"
 #include "acl_lib/encoding/message_body.h"
 #include "acl_lib/transport/message_codes.h"
 #include "acl_lib/transport/shared_word.h"
@@ -76,23 +79,22 @@ void handleEvent(std::int32_t event, std::uint32_t peer, PktBuf *packet) noexcep
   }
 }
 
-// Hands one reply to the application.
-void callCallback(void *body) noexcept {
-  if (const AclMsgCallback callback = loadShared(aclMsgCallback)) callback(body);
+AfterReply handleWhole(const ReplyHandler &handler, void *body) noexcept {
+  handler.handle(body);
+  if (handler.after == AfterReply::kCallback) handToApplication(body);
+  return handler.after;
 }
 
-// What every callback may read of a reply: its code and its status.
-constexpr std::size_t kShortestReply = kStatusOffset + sizeof(std::int16_t);
-
-// Handles one reply where it lies; one that is too short for a status on a copy that zeros follow.
-void handleReply(void *body, std::size_t length) noexcept {
-  if (length >= kShortestReply) {
-    callCallback(body);
-    return;
-  }
-  alignas(std::max_align_t) std::array<std::byte, kShortestReply> extended{};
+// Handles one reply where it lies; one that is too short for its code on a copy that zeros
+// continue, as what lies behind it in the message is not its own.
+AfterReply handleReply(void *body, std::size_t length) noexcept {
+  const auto code = loadBig<std::uint16_t>(static_cast<const std::byte *>(body) + kCodeOffset);
+  const ReplyHandler &handler = replyHandlerOf(code);
+  if (length >= handler.handledSize) return handleWhole(handler, body);
+  alignas(std::max_align_t) std::array<std::byte, kLargestHandledSize> extended;
   std::memcpy(extended.data(), body, length);
-  callCallback(extended.data());
+  std::memset(extended.data() + length, 0, handler.handledSize - length);
+  return handleWhole(handler, extended.data());
 }
 
 }  // namespace
@@ -120,9 +122,8 @@ void aclMsgHandler(std::uint32_t /*peer*/, PktBuf *buffer, std::int32_t length,
   void *body;
   while (tlvGetObject(&reader, &type, &bodyLength, &body) == 0) {
     // A body without a whole code is no reply.
-    if (type == acl::kTlvReply && bodyLength >= acl::kMessageCodeWidth) {
-      acl::handleReply(body, bodyLength);
-    }
+    if (type != acl::kTlvReply || bodyLength < acl::kMessageCodeWidth) continue;
+    if (acl::handleReply(body, bodyLength) == acl::AfterReply::kEndOfMessage) return;
   }
 }
 

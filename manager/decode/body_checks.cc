@@ -14,14 +14,20 @@ Refusal tooShort(std::size_t length, std::size_t wanted) {
   return invalidMessage(fmt::format("body of {} bytes, {} expected", length, wanted));
 }
 
-std::optional<Refusal> problemOfName(std::string_view name) {
-  if (name.size() == acl::kNameWidth) return invalidMessage("the name is not terminated");
+std::optional<Refusal> problemOfName(std::string_view name, std::size_t width) {
+  if (name.size() == width) return invalidMessage("the name is not terminated");
   return std::nullopt;
 }
 
-std::optional<Refusal> problemOfNameOf(std::string_view of, std::string_view name) {
+std::optional<Refusal> problemOfNameOf(std::string_view of, std::string_view name,
+                                       std::size_t width) {
   if (name.empty()) return invalidMessage(fmt::format("the {}'s name is empty", of));
-  return problemOfName(name);
+  return problemOfName(name, width);
+}
+
+std::optional<Refusal> problemOfFixedWord(std::uint32_t word, std::uint32_t expected) {
+  if (word == expected) return std::nullopt;
+  return invalidMessage(fmt::format("the fixed word is {}, {} expected", word, expected));
 }
 
 std::optional<Refusal> problemOfTail(std::size_t present, std::size_t announced) {

@@ -3,6 +3,7 @@
 #define MANAGER_DECODE_BODY_CHECKS_H
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -18,10 +19,14 @@ Refusal invalidMessage(std::string reason);
 Refusal tooShort(std::size_t length, std::size_t wanted);
 
 // Returns why a name field is refused, if it is. A name that fills its field has no NUL.
-std::optional<Refusal> problemOfName(std::string_view name);
+std::optional<Refusal> problemOfName(std::string_view name, std::size_t width = acl::kNameWidth);
 
 // The same for a name that may not be empty; `of` says whose name it is: "policy".
-std::optional<Refusal> problemOfNameOf(std::string_view of, std::string_view name);
+std::optional<Refusal> problemOfNameOf(std::string_view of, std::string_view name,
+                                       std::size_t width = acl::kNameWidth);
+
+// Returns why a word of a body that has one value only is refused, if it is.
+std::optional<Refusal> problemOfFixedWord(std::uint32_t word, std::uint32_t expected);
 
 // Returns why the bytes behind a body's head are refused, if they are.
 std::optional<Refusal> problemOfTail(std::size_t present, std::size_t announced);

@@ -141,4 +141,11 @@ Outcome<std::vector<Rule>> decodeRules(std::span<const std::byte> bytes,
   return rules;
 }
 
+Outcome<Rule> decodeFirstRule(std::span<const std::byte> bytes) {
+  Rule rule;
+  RuleWalker walker(bytes);
+  if (!walker.readRule(rule)) return walker.refusal();
+  return rule;
+}
+
 }  // namespace aclmgr

@@ -22,6 +22,10 @@ namespace aclmgr {
 Outcome<std::vector<Rule>> decodeRules(std::span<const std::byte> bytes,
                                        std::optional<std::uint32_t> announcedCount);
 
+// Decodes the one record at the start of `bytes`, by its own length; what lies behind it is not
+// looked at. Returns the rule, or kInvalidRule as decodeRules().
+Outcome<Rule> decodeFirstRule(std::span<const std::byte> bytes);
+
 }  // namespace aclmgr
 
 #endif  // MANAGER_DECODE_RULES_H

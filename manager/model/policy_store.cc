@@ -40,7 +40,7 @@ Status PolicyStore::replaceRules(std::string_view name, std::vector<Rule> rules)
 Status PolicyStore::remove(std::string_view name) {
   const auto found = policies_.find(name);
   if (found == policies_.end()) return Status::kPolicyNotExist;
-  if (found->second.bindingCount != 0) return Status::kPolicyInUse;
+  if (found->second.bindingCount != 0 || found->second.holds != 0) return Status::kPolicyInUse;
   policies_.erase(found);
   return Status::kOk;
 }
@@ -69,6 +69,28 @@ Status PolicyStore::unbind(std::string_view name, const BindingPoint &point) {
   bindings_.erase(binding);
   --kept->bindingCount;
   return Status::kOk;
+}
+
+Status PolicyStore::unbindAll(std::string_view name) {
+  KeptPolicy *kept = keptPolicy(name);
+  if (kept == nullptr) return Status::kPolicyNotExist;
+  if (kept->bindingCount == 0) return Status::kInstanceNotExist;
+  std::erase_if(bindings_,
+                [name](const auto &binding) { return binding.second.policyName == name; });
+  kept->bindingCount = 0;
+  return Status::kOk;
+}
+
+Status PolicyStore::hold(std::string_view name) {
+  KeptPolicy *kept = keptPolicy(name);
+  if (kept == nullptr) return Status::kPolicyNotExist;
+  ++kept->holds;
+  return Status::kOk;
+}
+
+void PolicyStore::release(std::string_view name) noexcept {
+  KeptPolicy *kept = keptPolicy(name);
+  if (kept != nullptr && kept->holds != 0) --kept->holds;
 }
 
 }  // namespace aclmgr

@@ -28,7 +28,7 @@ class PolicyStore {
   // Replaces the rules of a policy and nothing else. kPolicyNotExist.
   Status replaceRules(std::string_view name, std::vector<Rule> rules);
 
-  // Forgets a policy. kPolicyNotExist; kPolicyInUse while it is bound anywhere.
+  // Forgets a policy. kPolicyNotExist; kPolicyInUse while it is bound anywhere, or held.
   Status remove(std::string_view name);
 
   // Applies a policy at a point. The very same binding again is kOk. kPolicyNotExist;
@@ -37,6 +37,14 @@ class PolicyStore {
 
   // Takes a policy off a point. kPolicyNotExist; kInstanceNotExist when it is not bound there.
   Status unbind(std::string_view name, const BindingPoint &point);
+
+  // Takes a policy off every point. kPolicyNotExist; kInstanceNotExist when it is bound nowhere.
+  Status unbindAll(std::string_view name);
+
+  // Something else needs the policy: it is not removed until each hold() is undone by one
+  // release(), which ignores policies that are not held. kPolicyNotExist.
+  Status hold(std::string_view name);
+  void release(std::string_view name) noexcept;
 
   // Returns the policy, borrowed until the next change; null when there is none.
   const Policy *find(std::string_view name) const;
@@ -50,6 +58,7 @@ class PolicyStore {
   struct KeptPolicy {
     Policy policy;
     std::size_t bindingCount = 0;
+    std::size_t holds = 0;
   };
 
   KeptPolicy *keptPolicy(std::string_view name);

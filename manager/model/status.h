@@ -18,8 +18,19 @@ enum class Status : std::int16_t {
   kInstanceNotExist = -14,
   kInstanceExist = -15,
   kInstanceInUse = -16,
+  kConfigFailed = -17,
   kNoMemory = -18,
+  kRuleNotExist = -19,
+  kRuleInUse = -20,
+  kRuleExist = -21,
   kInvalidRule = -22,
+  kPolicyHasAttribute = -33,
+  kNoHardwareResource = -41,
+  kCounterNotExist = -42,
+  kCancelled = -43,
+  kMeterNotFound = -140,
+  kMeterBound = -159,
+  kMeterNotBound = -160,
 };
 
 // Returns the status in the words that the clients' traces use.

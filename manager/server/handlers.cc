@@ -6,7 +6,13 @@
 #include <array>
 #include <span>
 
+#include "manager/server/app_policy_handlers.h"
+#include "manager/server/app_rule_handlers.h"
+#include "manager/server/client_handlers.h"
+#include "manager/server/dynamic_rule_handlers.h"
+#include "manager/server/meter_handlers.h"
 #include "manager/server/policy_handlers.h"
+#include "manager/server/slice_handlers.h"
 
 namespace aclmgr {
 namespace {
@@ -21,6 +27,12 @@ constexpr Handler kUnknownCode{0, "unknown code", refuseUnknownCode, unknownCode
 // The codes by what they are about.
 constexpr auto kAreas = std::to_array<std::span<const Handler> (*)() noexcept>({
     policyHandlers,
+    dynamicRuleHandlers,
+    appRuleHandlers,
+    meterHandlers,
+    appPolicyHandlers,
+    clientHandlers,
+    sliceHandlers,
 });
 
 }  // namespace

@@ -10,8 +10,12 @@
 #include <string_view>
 
 #include "manager/decode/outcome.h"
+#include "manager/model/application_policy_store.h"
+#include "manager/model/dynamic_rule_store.h"
+#include "manager/model/meter_store.h"
 #include "manager/model/peers.h"
 #include "manager/model/policy_store.h"
+#include "manager/model/slice_pool.h"
 #include "manager/server/policy_assembler.h"
 #include "manager/server/replies.h"
 #include "manager/server/request_log.h"
@@ -21,8 +25,12 @@ namespace aclmgr {
 // Everything the manager knows.
 struct ManagerState {
   PolicyStore policies;
+  DynamicRuleStore dynamicRules;
+  MeterStore meters;
   Peers peers;
   PolicyAssembler assembler;
+  ApplicationPolicyStore applicationPolicies{dynamicRules, policies};
+  SlicePool slices;
 };
 
 // One request as it came.
@@ -30,7 +38,8 @@ struct Request {
   std::uint32_t connection;
   std::uint16_t code;
   std::span<const std::byte> body;
-  bool wantsRulesText;  // whether RequestText::rules is to be filled
+  bool wantsRulesText;        // whether RequestText::rules is to be filled
+  bool isSuperseded = false;  // an unapply that is not to be carried out, see ApplyRound
 };
 
 // Carries a request out. Returns what is to be answered, or nothing when its policy is not yet

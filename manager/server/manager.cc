@@ -52,21 +52,36 @@ void Manager::disconnected(std::uint32_t connection) noexcept {
 void Manager::serve(std::uint32_t connection, std::span<const std::byte> packet) {
   const auto requests = requestsOf(packet);
   if (!requests) return close(connection, "malformed packet: " + requests.refusal().reason);
-  for (const std::span<const std::byte> body : requests.value()) {
-    if (!serveRequest(connection, body)) return close(connection, "it does not take its answers");
+  const std::vector<std::span<const std::byte>> &bodies = requests.value();
+  ApplyRound round(bodies);
+  bool takesAnswers = true;
+  for (std::size_t i = 0; takesAnswers && i < bodies.size(); ++i) {
+    const auto code = acl::loadBig<std::uint16_t>(bodies[i].data() + acl::kCodeOffset);
+    takesAnswers = serveRequest(
+        {connection, code, bodies[i], log_.showsRequests(), round.isSuperseded(i)}, round);
+  }
+  if (!takesAnswers || !sendReply(connection, round.finish())) {
+    close(connection, "it does not take its answers");
   }
 }
 
-bool Manager::serveRequest(std::uint32_t connection, std::span<const std::byte> body) {
-  const Request request{connection, acl::loadBig<std::uint16_t>(body.data() + acl::kCodeOffset),
-                        body, log_.showsRequests()};
+bool Manager::serveRequest(const Request &request, ApplyRound &round) {
   const Handler &handler = handlerOf(request.code);
   RequestText text;
   std::optional<Answer> answer = carryOut(handler, state_, request, text);
-  log_.request(peerText(connection, state_.peers.find(connection)), handler.codeName, text, answer);
-  if (!answer) return true;
-  if (answer->reply.empty()) answer->reply = handler.makeReply(body, answer->status);
-  return connections_.send(connection, replyPacket(answer->reply));
+  log_.request(peerText(request.connection, state_.peers.find(request.connection)),
+               handler.codeName, text, answer);
+  if (!answer) return sendReply(request.connection, round.finish());
+  if (round.extend(request, answer->status)) return true;
+  if (!sendReply(request.connection, round.finish())) return false;
+  if (round.begin(request, answer->status)) return true;
+  if (answer->reply.empty()) answer->reply = handler.makeReply(request.body, answer->status);
+  return sendReply(request.connection, answer->reply);
+}
+
+bool Manager::sendReply(std::uint32_t connection,
+                        const std::optional<std::vector<std::byte>> &body) {
+  return !body || connections_.send(connection, replyPacket(*body));
 }
 
 void Manager::close(std::uint32_t connection, std::string_view reason) {

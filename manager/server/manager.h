@@ -4,9 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <vector>
 
 #include "manager/model/peers.h"
+#include "manager/server/apply_round.h"
 #include "manager/server/connections.h"
 #include "manager/server/handlers.h"
 #include "manager/server/request_log.h"
@@ -35,8 +38,9 @@ class Manager {
 
  private:
   void serve(std::uint32_t connection, std::span<const std::byte> packet);
-  // Returns false when the client can no longer be answered.
-  bool serveRequest(std::uint32_t connection, std::span<const std::byte> body);
+  // These return false when the client can no longer be answered.
+  bool serveRequest(const Request &request, ApplyRound &round);
+  bool sendReply(std::uint32_t connection, const std::optional<std::vector<std::byte>> &body);
   void close(std::uint32_t connection, std::string_view reason);
   void closeWithoutMemory(std::uint32_t connection) noexcept;
 

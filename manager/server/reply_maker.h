@@ -38,8 +38,10 @@ class ReplyMaker {
             const acl::Field<Reply, acl::Text<Width>> &to) {
     writer_.put(to, std::string(reader().get(from)).c_str());
   }
-  template <std::integral Value>
-  void echo(const acl::Field<Request, Value> &from, const acl::Field<Reply, Value> &to) {
+  // A number may be wider in the reply.
+  template <std::integral Asked, std::integral Answered>
+    requires(sizeof(Asked) <= sizeof(Answered))
+  void echo(const acl::Field<Request, Asked> &from, const acl::Field<Reply, Answered> &to) {
     writer_.put(to, reader().get(from));
   }
 

@@ -114,7 +114,7 @@ std::vector<PeerOption> Platform::peerOptions(std::uint32_t peer) const {
   return found == nullptr ? std::vector<PeerOption>() : found->options;
 }
 
-void Platform::controlEvent(std::uint32_t peer, std::int32_t code) {
+std::int32_t Platform::controlEvent(std::uint32_t peer, std::int32_t code) {
   MsgbusControlCallback callback = nullptr;
   {
     Access access;
@@ -123,7 +123,7 @@ void Platform::controlEvent(std::uint32_t peer, std::int32_t code) {
     }
     if (callback == nullptr) access.violation("controlEvent: nobody is told of this peer");
   }
-  if (callback != nullptr) callback(peer, code);
+  return callback != nullptr ? callback(peer, code) : 0;
 }
 
 void Platform::serve(std::string_view component, std::uint32_t slot, std::uint64_t address,

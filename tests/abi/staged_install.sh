@@ -64,9 +64,12 @@ needs_static static_cc
 LD_LIBRARY_PATH=$library_directory runs ./shared_c ./shared_cc
 runs ./static_c ./static_cc
 
-example=$work/moved/share/doc/acl_lib/examples/edge_policy.c
-"$cc" -std=c11 -D_POSIX_C_SOURCE=200809L "${strict[@]}" "${flags[@]}" "$example" "${shared[@]}" \
-  -o example
+examples=$work/moved/share/doc/acl_lib/examples
+for example in "$examples"/*.c; do
+  grep -q '^int main' "$example" || continue # a part that the examples share
+  "$cc" -std=c11 -D_POSIX_C_SOURCE=200809L "${strict[@]}" "${flags[@]}" "$example" \
+    "$examples"/example_*.c "${shared[@]}" -o example
+done
 
 sed -n '/^```c$/,/^```$/{/^```/d; p}' "$source/README.md" >readme.c
 grep -q aclLibConnect readme.c || fail "README.md holds no program"

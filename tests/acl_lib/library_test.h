@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "acl_lib.h"
@@ -86,6 +87,29 @@ class LibraryTest : public testing::Test {
     aclMsgCallback = nullptr;
     aclTraceBufferHandle = 0;
     aclState = nullptr;
+    aclLibDeleteRule(nullptr);
+    aclLibDebug = 0;
+    aclLibSyncConfigService = 0;
+    aclLibSyncConfigPeerId = 0;
+    _evlog_ACL_ComponentHandle = 0;
+    aclReqSeqCounter = 0;
+    forgetApplications();
+    aclPolicyTree = nullptr;
+  }
+
+  // Applications live as long as the process; their requests wait until they are answered.
+  static void forgetApplications() {
+    AclApplInfo *application = gaclApplReqList.first;
+    if (application == nullptr) return;
+    gaclApplReqList.first = nullptr;
+    application->prev->next = nullptr;
+    while (application != nullptr) {
+      while (AclApplReq *request = aclFindFirstApplReq(application)) {
+        aclDeleteApplReq(request, application);
+        std::free(request);
+      }
+      std::free(std::exchange(application, application->next));
+    }
   }
 
   // A registration that the dispatcher has not taken yet owns memory.

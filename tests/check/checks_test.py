@@ -6,6 +6,7 @@ import subprocess
 import tempfile
 import unittest
 
+import allocation_table
 import call_table
 import deliberate_quirks
 import document_links
@@ -227,6 +228,41 @@ class CallTableTest(TreeTest):
         self.assertEqual(self.messages_for("| `a1`, `shared` | `lib/a.cc` |",
                                            "| `a2`, `b2` | `lib/b.cc` |"),
                          ["ARCHITECTURE.md:2: b2: no such call"])
+
+
+class AllocationTableTest(TreeTest):
+    ROWS = ('needsNothing("a1", addEntry<a1>),', 'needsMemory("a2", [] { return a2(1); }, 1),',
+            'needsMemory("a2", [] { return a2(2); }, 1),')
+
+    def messages_for(self, *rows):
+        self.write("include/acl_lib.h", "SWITCH_API int a1(void);\nSWITCH_API int a2(int x);\n"
+                   "SWITCH_API extern int shared[2];\n")
+        self.write(allocation_table.TABLE, "const Row kRows[] = {\n" +
+                   "".join(row + "\n" for row in rows) + "};\nint x = a1() + a2();\n")
+        return allocation_table.check(self.root)
+
+    def test_a_missing_table_is_reported(self):
+        self.assertEqual(allocation_table.check(self.root),
+                         [f"{allocation_table.TABLE}:1: no such file"])
+
+    def test_a_row_for_every_function_passes(self):
+        self.assertEqual(self.messages_for(*self.ROWS), [])
+        self.assertEqual(self.messages_for('sendsAPacket("a1", [] { return a1(); }),',
+                                           'needsPackets(\n    "a2",\n    [] { return a2(1); }),'), [])
+
+    def test_a_missing_row_is_reported(self):
+        self.assertEqual(self.messages_for(self.ROWS[0], '// needsNothing("a2", a2),'),
+                         [f"{allocation_table.TABLE}:1: a2: has no row"])
+
+    def test_a_row_of_no_function_is_reported(self):
+        self.assertEqual(self.messages_for(*self.ROWS, 'needsNothing("a3", [] { a3(); }),',
+                                           'needsNothing("shared", [] { return shared[0]; }),'),
+                         [f"{allocation_table.TABLE}:5: a3: no such function",
+                          f"{allocation_table.TABLE}:6: shared: no such function"])
+
+    def test_a_row_that_makes_another_call_is_reported(self):
+        self.assertEqual(self.messages_for(self.ROWS[1], 'needsNothing("a1", addEntry<a2>),'),
+                         [f"{allocation_table.TABLE}:3: a1: the row makes another call"])
 
 
 class DocumentLinksTest(TreeTest):

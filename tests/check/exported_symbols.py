@@ -22,15 +22,18 @@ MAY_NEED = re.compile(
     r"(libc|libm|libpthread|libstdc\+\+|libgcc_s|libswplat|ld(64)?|ld-linux[\w-]*)\.so(\.\d+)*")
 
 
-def declared_names(text):
-    """Names that a header declares with SWITCH_API."""
-    names = set()
+def declarations(text):
+    """The (name, whether it is data) of each declaration with SWITCH_API in a header."""
     for match in DECLARATION.finditer(COMMENT.sub(" ", re.sub(r"^\s*#.*$", "", text,
                                                               flags=re.MULTILINE))):
         declaration = match.group(1)
-        pattern = DATA_NAME if declaration.lstrip().startswith("extern") else FUNCTION_NAME
-        names.add(pattern.search(declaration).group(1))
-    return names
+        is_data = declaration.lstrip().startswith("extern")
+        yield (DATA_NAME if is_data else FUNCTION_NAME).search(declaration).group(1), is_data
+
+
+def declared_names(text):
+    """Names that a header declares with SWITCH_API."""
+    return {name for name, _ in declarations(text)}
 
 
 def listed_names(text):

@@ -13,11 +13,18 @@ std::mutex answersLock;
 std::condition_variable answersChanged;
 std::vector<Answer> answers;
 
+std::uint32_t numberAt(const void *body, std::size_t offset, std::size_t width) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 0; i < width; ++i) {
+    number = number << 8 | static_cast<const std::uint8_t *>(body)[offset + i];
+  }
+  return number;
+}
+
 void collectAnswer(void *body) {
-  const auto *bytes = static_cast<const std::uint8_t *>(body);
   const std::lock_guard guard(answersLock);
-  answers.push_back({static_cast<std::uint16_t>(bytes[0] << 8 | bytes[1]),
-                     static_cast<std::int16_t>(bytes[2] << 8 | bytes[3])});
+  answers.push_back({static_cast<std::uint16_t>(numberAt(body, 0, 2)),
+                     static_cast<std::int16_t>(numberAt(body, 2, 2)), numberAt(body, 588, 4)});
   answersChanged.notify_all();
 }
 

@@ -13,6 +13,7 @@ namespace e2e {
 struct Answer {
   std::uint16_t code;
   std::int16_t status;
+  std::uint32_t cookie;  // at 588: every reply of the manager reaches that far
 };
 
 inline constexpr std::chrono::seconds kAnswerLimit{60};

@@ -24,6 +24,8 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using std::chrono::steady_clock;
 
+constexpr char kEdgePolicy[] = ACL_TEST_EXAMPLES "/edge_policy";
+
 constexpr int kManagerUp = 9;  // the process state that the manager publishes
 
 bool eventually(const std::function<bool()> &condition, seconds limit = e2e::kAnswerLimit) {
@@ -62,7 +64,7 @@ class ManagerLifeTest : public testing::Test {
 
 TEST_F(ManagerLifeTest, TheExamplePolicyGoesThroughItsLife) {
   ChildProcess manager = startManager();
-  ChildProcess example({ACL_TEST_EXAMPLE}, directory->path() + "/example.log");
+  ChildProcess example({kEdgePolicy}, directory->path() + "/example.log");
   EXPECT_EQ(example.wait(), 0);
   stop(manager);
   EXPECT_NE(log().find("edge-in"), std::string::npos);
@@ -130,7 +132,7 @@ TEST_F(ManagerLifeTest, AClosedTerminalEndsItCleanly) {
 }
 
 TEST_F(ManagerLifeTest, TheExampleFailsLoudlyWithoutAManager) {
-  ChildProcess example({ACL_TEST_EXAMPLE}, directory->path() + "/alone.log");
+  ChildProcess example({kEdgePolicy}, directory->path() + "/alone.log");
   EXPECT_EQ(example.wait(), 1);
 }
 

@@ -107,6 +107,33 @@ TEST_F(PolicyStoreTest, PointOfAnotherPolicyIsInUse) {
   EXPECT_EQ(store_.bindings().at(kPoint).policyName, "web");
 }
 
+TEST_F(PolicyStoreTest, UnbindingAllTakesAPolicyOffEveryPointAndNoOther) {
+  store_.add(policyNamed("dns"));
+  EXPECT_EQ(store_.unbindAll("web"), Status::kInstanceNotExist);
+  store_.bind("web", kPoint, 0);
+  store_.bind("web", {1, 2, 0}, 0);
+  store_.bind("dns", {1, 3, 0}, 0);
+  EXPECT_EQ(store_.unbindAll("web"), Status::kOk);
+  EXPECT_EQ(store_.bindings().size(), 1U);
+  EXPECT_EQ(store_.unbindAll("web"), Status::kInstanceNotExist);
+  EXPECT_EQ(store_.unbindAll("none"), Status::kPolicyNotExist);
+  EXPECT_EQ(store_.remove("web"), Status::kOk);
+}
+
+TEST_F(PolicyStoreTest, HeldPolicyIsRemovedOnlyAfterItsLastRelease) {
+  EXPECT_EQ(store_.hold("dns"), Status::kPolicyNotExist);
+  EXPECT_EQ(store_.hold("web"), Status::kOk);
+  EXPECT_EQ(store_.hold("web"), Status::kOk);
+  store_.release("web");
+  EXPECT_EQ(store_.remove("web"), Status::kPolicyInUse);
+  EXPECT_EQ(store_.replace(policyNamed("web", 2)), Status::kOk);
+  EXPECT_EQ(store_.remove("web"), Status::kPolicyInUse);
+  store_.release("web");
+  store_.release("web");
+  store_.release("dns");
+  EXPECT_EQ(store_.remove("web"), Status::kOk);
+}
+
 TEST_F(PolicyStoreTest, PortVlanAndDirectionEachMakeAnotherPoint) {
   EXPECT_EQ(store_.bind("web", {1, 2, 0}, 0), Status::kOk);
   EXPECT_EQ(store_.unbind("web", {2, 2, 0}), Status::kInstanceNotExist);

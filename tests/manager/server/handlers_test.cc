@@ -56,7 +56,7 @@ TEST_F(HandlersTest, EveryKnownCodeHasItsName) {
 }
 
 TEST_F(HandlersTest, UnknownCodesAreInvalidMessages) {
-  for (const char *code : {"0000", "1FFF", "2007", "3001", "FFFF"}) {
+  for (const char *code : {"0000", "1FFF", "2007", "3005", "3011", "FFFF"}) {
     EXPECT_EQ(handle(join(hex(code), Bytes(650))), -3) << code;
     EXPECT_EQ(handle(hex(code)), -3) << code;
   }

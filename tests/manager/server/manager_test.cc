@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/manager/dynamic_rule_bytes.h"
 #include "tests/manager/request_bytes.h"
 #include "tests/support/failing_allocator.h"
 
@@ -120,9 +121,9 @@ TEST_F(ManagerTest, DeleteReplyIsOneObjectWithStatusAndName) {
 
 TEST_F(ManagerTest, EveryRequestOfAPacketIsAnsweredInOrder) {
   manager_.received(
-      1, packetOf(processInfoBody("stpd"), web(), bindingBody(0x2004, "web", 1, 2), hex("3001"),
+      1, packetOf(processInfoBody("stpd"), web(), bindingBody(0x2004, "web", 1, 2), hex("3005"),
                   deleteBody("web"), bindingBody(0x2005, "web", 1, 2), deleteBody("web")));
-  EXPECT_EQ(answers(1), "20000000 20010000 20040000 3001fffd 2002fff3 20050000 20020000 ");
+  EXPECT_EQ(answers(1), "20000000 20010000 20040000 3005fffd 2002fff3 20050000 20020000 ");
 }
 
 TEST_F(ManagerTest, ChunksAreAnsweredOnceWithTheLast) {
@@ -185,8 +186,16 @@ TEST_F(ManagerTest, HostilePacketsAreAnsweredOrCloseTheirConnectionAndHarmNoOthe
       join(encodedRule("a", 1, "0003 0004 06ff0000", "0001 0000"),
            encodedRule("b", 2, "0000 0008 0a000001 ffffffff", "000e 0004 05000000"));
   const Bytes seeds[] = {
-      packetOf(policyBody(0x2001, "p", rules, 2)), packetOf(processInfoBody("x"), deleteBody("p")),
-      packetOf(bindingBody(0x2004, "p", 1, 2)), packetOf(modifyBody("p", rules)), Bytes(60)};
+      packetOf(policyBody(0x2001, "p", rules, 2)),
+      packetOf(processInfoBody("x"), deleteBody("p")),
+      packetOf(bindingBody(0x2004, "p", 1, 2)),
+      packetOf(modifyBody("p", rules)),
+      Bytes(60),
+      packetOf(test_support::addRuleBody("r", test_support::countingRule()),
+               test_support::ruleBindingBody({})),
+      packetOf(test_support::appRuleBody(0x3007, "r"), test_support::counterBody({})),
+      packetOf(test_support::meterBody(0x3012, "m"), test_support::configMeterBody("m"),
+               test_support::meterBindingBody(0x301E, "m"))};
   for (unsigned round = 0; round < 3000; ++round) {
     Bytes packet = seeds[round % std::size(seeds)];
     packet.resize(random() % 8 == 0 ? random() % packet.size() + 1 : packet.size());

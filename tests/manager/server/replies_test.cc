@@ -84,10 +84,10 @@ TEST(Replies, BindingReplyHas2096BytesWithThePointAndTheFlags) {
 TEST(Replies, UnknownCodeReplyHasTheHeader) {
   Bytes request = zeros(640);
   putHeader(request);
-  putAt(request, 0, hex("3009"));
+  putAt(request, 0, hex("3005"));
   Bytes expected = zeros(592);
   putEchoedHeader(expected);
-  putAt(expected, 0, hex("3009 FFFD"));  // -3
+  putAt(expected, 0, hex("3005 FFFD"));  // -3
   EXPECT_EQ(unknownCodeReply(request, Status::kInvalidMessage), expected);
 }
 

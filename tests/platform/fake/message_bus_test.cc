@@ -154,14 +154,14 @@ TEST_F(MessageBusTest, ControlEventsReachTheClientOfThePeer) {
       1,
       [](std::uint32_t peer, std::int32_t code) -> std::int32_t {
         seen = {static_cast<std::int32_t>(peer), code};
-        return 0;
+        return 5;
       },
       0);
   std::uint32_t peer = 0;
   ASSERT_EQ(msgbusRegisterPeerByAddr(client, 77, &peer), 0);
-  fake().controlEvent(peer, 2);
+  EXPECT_EQ(fake().controlEvent(peer, 2), 5);
   EXPECT_THAT(seen, ElementsAre(static_cast<std::int32_t>(peer), 2));
-  fake().controlEvent(peer + 1, 2);
+  EXPECT_EQ(fake().controlEvent(peer + 1, 2), 0);
   EXPECT_EQ(fake().violations().size(), 1u);
 }
 

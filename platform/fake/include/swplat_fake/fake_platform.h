@@ -195,8 +195,8 @@ class Platform {
 
   std::vector<PeerOption> peerOptions(std::uint32_t peer) const;
 
-  // Runs the control callback of the peer's client.
-  void controlEvent(std::uint32_t peer, std::int32_t code);
+  // Runs the control callback of the peer's client. Returns its result; 0 where there is none.
+  std::int32_t controlEvent(std::uint32_t peer, std::int32_t code);
 
   // Serves a component from now on, so that the directory finds it and connecting succeeds.
   void serve(std::string_view component, std::uint32_t slot, std::uint64_t address,

@@ -1,0 +1,156 @@
+// The decision about a packet field by the rules of the table.
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include "acl_lib.h"
+#include "acl_lib/client/rule_table.h"
+#include "acl_lib/transport/shared_word.h"
+
+std::uint32_t aclLibDebug = 0;
+
+namespace acl {
+namespace {
+
+// Kinds of fields, and values of AclRuleTerm::type.
+constexpr std::uint32_t kValue = 3;
+constexpr std::uint32_t kIpv6Address = 4;
+
+// The only value of AclRuleTerm::wildcard that matches every field.
+constexpr std::uint32_t kAny = 1;
+
+// Printed as they stand: without a line end, and one of them with two blanks.
+constexpr char kNoActionLine[] =
+    "aclLibEvaluateRule: Have Match: No Action specified, setting action to Permit";
+constexpr char kNoMatchLine[] = "aclLibEvaluateRule: No Match:  setting action to Deny";
+
+struct Verdict {
+  const char *ruleName;  // of the rule whose action decided, or null
+  const char *line;      // what is to be printed, or null
+};
+
+// A term, and the entry it is of; null when there is none.
+struct Match {
+  AclClientEntry *entry;
+  const AclRuleTerm *term;
+};
+
+// Entries are writable by programs, so the count may be anything.
+const AclRuleTerm *endOfTerms(const AclClientEntry &entry) noexcept {
+  return entry.terms + std::clamp(entry.termCount, 0, static_cast<int>(std::size(entry.terms)));
+}
+
+std::uint32_t wordAt(const std::uint8_t *bytes) noexcept {
+  std::uint32_t word;
+  std::memcpy(&word, bytes, sizeof(word));
+  return word;
+}
+
+bool matchesValue(const AclRuleTerm &term, std::uint32_t value) noexcept {
+  const std::uint32_t wanted = wordAt(term.matchData);
+  const std::uint32_t mask = wordAt(term.matchData + sizeof(wanted));
+  return ((wanted ^ value) & mask) == 0 || term.wildcard == kAny;
+}
+
+bool matchesAddress(const AclRuleTerm &term, const AclEvalPacket &packet) noexcept {
+  // An address that is not given as far as the term asks for it matches not even the wildcard.
+  if (packet.prefixLen < term.prefixLen) return false;
+  if (term.wildcard == kAny) return true;
+  std::array<std::uint8_t, sizeof(term.matchData)> wanted;
+  std::array<std::uint8_t, sizeof(packet.field)> given;
+  aclApplyIPv6Msk(term.matchData, term.prefixLen, wanted.data());
+  aclApplyIPv6Msk(packet.field, term.prefixLen, given.data());
+  return wanted == given;
+}
+
+// Asks for the memory of an entry that the walk will come to, so that it does not wait for one
+// entry at a time. Which one is a guess: entries that were made one after the other mostly lie at
+// equal distances. A wrong guess costs next to nothing, as its memory is not read.
+void prefetchAhead(const AclClientEntry *entry) noexcept {
+  constexpr std::uintptr_t kStepsAhead = 8;
+  const auto here = reinterpret_cast<std::uintptr_t>(entry);
+  const std::uintptr_t step = reinterpret_cast<std::uintptr_t>(entry->next) - here;
+  for (const std::size_t offset : {offsetof(AclClientEntry, next), offsetof(AclClientEntry, terms),
+                                   offsetof(AclClientEntry, termCount)}) {
+    __builtin_prefetch(reinterpret_cast<const void *>(here + kStepsAhead * step + offset));
+  }
+}
+
+// Returns the first term of the table that is of the type and matches. There are entries.
+template <typename Matches>
+Match findMatch(std::uint32_t type, Matches matches) noexcept {
+  AclClientEntry *const first = gClientEntryList.first;
+  AclClientEntry *entry = first;
+  do {
+    prefetchAhead(entry);
+    const AclRuleTerm *const end = endOfTerms(*entry);
+    for (const AclRuleTerm *term = entry->terms; term != end; ++term) {
+      if (term->type == type && matches(*term)) return {entry, term};
+    }
+    entry = entry->next;
+  } while (entry != first);
+  return {nullptr, nullptr};
+}
+
+Match findMatchOfType(std::uint32_t fieldType, const AclEvalPacket &packet) noexcept {
+  if (fieldType == kValue) {
+    return findMatch(fieldType, [value = wordAt(packet.field)](const AclRuleTerm &term) {
+      return matchesValue(term, value);
+    });
+  }
+  if (fieldType == kIpv6Address) {
+    return findMatch(fieldType,
+                     [&packet](const AclRuleTerm &term) { return matchesAddress(term, packet); });
+  }
+  return {nullptr, nullptr};
+}
+
+// Returns the first action behind a term, 0 when there is none.
+std::uint32_t actionBehind(const Match &match) noexcept {
+  const auto *const action = std::find_if(
+      match.term + 1, endOfTerms(*match.entry),
+      [](const AclRuleTerm &term) { return term.type == kPermit || term.type == kDeny; });
+  return action == endOfTerms(*match.entry) ? 0 : action->type;
+}
+
+Verdict evaluate(std::uint32_t fieldType, const AclEvalPacket &packet,
+                 std::uint32_t &action) noexcept {
+  const RuleTableLock lock;
+  if (gClientEntryList.first == nullptr) return {nullptr, nullptr};
+  const Match match = findMatchOfType(fieldType, packet);
+  if (match.entry == nullptr) {
+    action = kDeny;
+    return {nullptr, kNoMatchLine};
+  }
+  const std::uint32_t ruleAction = actionBehind(match);
+  const char *line = nullptr;
+  if (ruleAction != 0) {
+    action = ruleAction;
+  } else if (action == 0) {
+    action = kPermit;
+    line = kNoActionLine;
+  }
+  countHit(*match.entry, action);
+  return {ruleAction != 0 ? match.entry->name : nullptr, line};
+}
+
+}  // namespace
+}  // namespace acl
+
+extern "C" {
+
+const char *aclLibEvaluateRule(std::uint32_t /*ignored*/, std::uint32_t fieldType,
+                               const AclEvalPacket *packet, std::uint32_t *action) noexcept {
+  const acl::Verdict verdict = acl::evaluate(fieldType, *packet, *action);
+  if (verdict.line != nullptr && acl::loadShared(aclLibDebug) != 0) {
+    std::fputs(verdict.line, stdout);
+  }
+  return verdict.ruleName;
+}
+
+}  // extern "C"

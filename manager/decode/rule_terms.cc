@@ -1,0 +1,94 @@
+#include "manager/decode/rule_terms.h"
+
+#include <algorithm>
+#include <bit>
+#include <optional>
+#include <span>
+
+#include "acl_lib/encoding/action_codes.h"
+#include "acl_lib/encoding/byte_order.h"
+#include "acl_lib/encoding/condition_codes.h"
+
+namespace aclmgr {
+namespace {
+
+namespace action = acl::action;
+namespace condition = acl::condition;
+
+// Conditions of a 32-bit value and a 32-bit mask.
+constexpr auto kValueMaskConditions = std::to_array<std::uint32_t>({
+    condition::kSourceIPv4,
+    condition::kDestinationIPv4,
+    condition::kIPv4Unlabelled1,
+    condition::kIPv4Unlabelled2,
+    condition::kArpTargetAddress,
+    condition::kArpSenderAddress,
+    condition::kVxlanVni,
+});
+constexpr std::size_t kValueMaskWidth = 8;
+
+bool isIPv6Address(std::uint32_t type) {
+  return type == condition::kIPv6First || type == condition::kIPv6Second;
+}
+
+RuleTerm termOfData(TermType type, std::span<const std::byte> data) {
+  RuleTerm term{type};
+  std::ranges::copy(data, term.matchData.begin());
+  return term;
+}
+
+// Returns how many leading bits a mask has; none when it has others too.
+std::optional<std::uint32_t> prefixLengthOf(std::span<const std::byte> mask) {
+  std::uint32_t length = 0;
+  bool hasEnded = false;
+  for (const std::byte byte : mask) {
+    const auto bits = std::to_integer<std::uint8_t>(byte);
+    const int ones = std::countl_one(bits);
+    if (std::popcount(bits) != ones || (hasEnded && ones != 0)) return std::nullopt;
+    hasEnded = ones != 8;
+    length += static_cast<std::uint32_t>(ones);
+  }
+  return length;
+}
+
+// Adds the term of a condition, if it has one. Returns false for a mask that is no prefix.
+bool addCondition(const Entry &entry, std::vector<RuleTerm> &terms) {
+  const std::span<const std::byte> value = entry.value;
+  if (std::ranges::find(kValueMaskConditions, entry.type) != kValueMaskConditions.end()) {
+    terms.push_back(termOfData(TermType::kValueMask, value.first(kValueMaskWidth)));
+  } else if (isIPv6Address(entry.type)) {
+    const auto prefixLength = prefixLengthOf(value.subspan(kIPv6MaskOffset, kIPv6AddressWidth));
+    if (!prefixLength) return false;
+    RuleTerm term = termOfData(TermType::kIPv6Prefix, value.first(kIPv6AddressWidth));
+    term.prefixLength = *prefixLength;
+    terms.push_back(term);
+  }
+  return true;
+}
+
+// Returns what an action decides, if it decides.
+std::optional<TermType> verdictOf(const Entry &entry) {
+  if (entry.type == action::kAccept) return TermType::kAccept;
+  if (entry.type == action::kDeny) return TermType::kDeny;
+  if (entry.type != action::kGroup) return std::nullopt;
+  const auto group = acl::loadBig<std::uint32_t>(entry.value.data());
+  if ((group & action::kGroupVerdictPresent) == 0) return std::nullopt;
+  return (group & action::kGroupDeny) != 0 ? TermType::kDeny : TermType::kAccept;
+}
+
+}  // namespace
+
+Outcome<std::vector<RuleTerm>> termsOf(const Rule &rule) {
+  std::vector<RuleTerm> terms;
+  for (const Entry &entry : rule.conditions) {
+    if (!addCondition(entry, terms)) {
+      return Refusal{Status::kConfigFailed, "the mask of an IPv6 address is no prefix"};
+    }
+  }
+  for (const Entry &entry : rule.actions) {
+    if (const auto verdict = verdictOf(entry)) terms.push_back(RuleTerm{*verdict});
+  }
+  return terms;
+}
+
+}  // namespace aclmgr

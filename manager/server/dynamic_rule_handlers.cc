@@ -1,0 +1,159 @@
+#include "manager/server/dynamic_rule_handlers.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <utility>
+
+#include "acl_lib/transport/message_codes.h"
+#include "manager/decode/dynamic_rule_requests.h"
+#include "manager/server/dynamic_rule_replies.h"
+
+namespace aclmgr {
+namespace {
+
+std::string ruleText(std::string_view name, std::uint32_t appId) {
+  return fmt::format("dynamic rule {}, application {}", quoted(name), appId);
+}
+
+std::string pointText(const BindingPoint &point) {
+  return fmt::format("port {}, vlan {}, direction {}", portText(point.port), point.vlan,
+                     point.direction);
+}
+
+// Returns an application's rule; null when there is none of the name or it is another's.
+const DynamicRule *ruleOf(const ManagerState &state, std::string_view name, std::uint32_t appId) {
+  const DynamicRule *rule = state.dynamicRules.find(name);
+  return rule != nullptr && rule->owner == appId ? rule : nullptr;
+}
+
+std::optional<Answer> handleAddRule(ManagerState &state, const Request &request,
+                                    RequestText &text) {
+  const auto decoded = decodeAddRule(request.body);
+  if (!decoded) return answerOf(decoded.refusal());
+  text.fields = ruleText(decoded.value().ruleName, decoded.value().appId);
+  auto rule = dynamicRuleOf(decoded.value());
+  if (!rule) return answerOf(rule.refusal());
+  if (request.wantsRulesText) text.rules = rulesText({rule.value().rule});
+  return Answer{state.dynamicRules.add(std::move(rule.value())), ""};
+}
+
+std::optional<Answer> handleDeleteRule(ManagerState &state, const Request &request,
+                                       RequestText &text) {
+  const auto decoded = decodeDeleteRule(request.body);
+  if (!decoded) return answerOf(decoded.refusal());
+  const DeleteRuleRequest &asked = decoded.value();
+  text.fields = ruleText(asked.ruleName, asked.appId);
+  return Answer{state.dynamicRules.remove(asked.ruleName, asked.appId), ""};
+}
+
+// Binds a rule. Its reply is made first: when there is no memory for it, nothing is bound. A rule
+// that cannot be described is bound all the same: evaluating it is not what binding is for.
+Answer bindRule(ManagerState &state, const Request &request, const RuleBindingRequest &asked,
+                const DynamicRule &rule) {
+  const auto description = describeRule(rule, asked.attributes.ruleFlags, 0);
+  Answer answer{Status::kOk, "",
+                placedRuleReply(request.body, Status::kOk, 0,
+                                description ? description.value() : RuleDescription{})};
+  const Status status = state.dynamicRules.bind(asked.ruleName, asked.point, asked.attributes);
+  if (status != Status::kOk) return {status, ""};
+  putRuleIndex(answer.reply, state.dynamicRules.indexAt(asked.ruleName, asked.point));
+  return answer;
+}
+
+std::optional<Answer> handleConfigRule(ManagerState &state, const Request &request,
+                                       RequestText &text) {
+  const auto decoded = decodeRuleBinding(request.body);
+  if (!decoded) return answerOf(decoded.refusal());
+  const RuleBindingRequest &asked = decoded.value();
+  text.fields = fmt::format("{}, {}, priority {}", ruleText(asked.ruleName, asked.appId),
+                            pointText(asked.point), asked.attributes.priority);
+  if (!asked.attributes.relativeRuleName.empty()) {
+    text.fields += fmt::format(", beside {}", quoted(asked.attributes.relativeRuleName));
+  }
+  const DynamicRule *rule = ruleOf(state, asked.ruleName, asked.appId);
+  if (rule == nullptr) return Answer{Status::kRuleNotExist, ""};
+  return bindRule(state, request, asked, *rule);
+}
+
+std::optional<Answer> handleUnconfigRule(ManagerState &state, const Request &request,
+                                         RequestText &text) {
+  const auto decoded = decodeRuleBinding(request.body);
+  if (!decoded) return answerOf(decoded.refusal());
+  const RuleBindingRequest &asked = decoded.value();
+  text.fields =
+      fmt::format("{}, {}", ruleText(asked.ruleName, asked.appId), pointText(asked.point));
+  if (ruleOf(state, asked.ruleName, asked.appId) == nullptr) {
+    return Answer{Status::kRuleNotExist, ""};
+  }
+  const std::uint32_t index = state.dynamicRules.indexAt(asked.ruleName, asked.point);
+  if (index == 0) return Answer{Status::kInstanceNotExist, ""};
+  Answer answer{Status::kOk, "", placedRuleReply(request.body, Status::kOk, index, {})};
+  answer.status = state.dynamicRules.unbind(asked.ruleName, asked.point);
+  return answer;
+}
+
+std::optional<Answer> handleUnbindRule(ManagerState &state, const Request &request,
+                                       RequestText &text) {
+  const auto decoded = decodeUnbindRule(request.body);
+  if (!decoded) return answerOf(decoded.refusal());
+  const UnbindRuleRequest &asked = decoded.value();
+  text.fields =
+      fmt::format("{} {}", asked.isPolicy ? "policy" : "dynamic rule", quoted(asked.name));
+  return Answer{asked.isPolicy ? state.policies.unbindAll(asked.name)
+                               : state.dynamicRules.unbindAll(asked.name),
+                ""};
+}
+
+// Decodes a request about a counter and tells of it. Returns the refusal of a malformed one and of
+// one about a rule that the application does not have.
+Outcome<CounterRequest> counterOf(const ManagerState &state, const Request &request,
+                                  RequestText &text) {
+  auto decoded = decodeCounter(request.body);
+  if (!decoded) return decoded;
+  const CounterRequest &asked = decoded.value();
+  text.fields = fmt::format("{}, counter {}, {}", ruleText(asked.ruleName, asked.appId),
+                            quoted(asked.counterName), pointText(asked.point));
+  if (ruleOf(state, asked.ruleName, asked.appId) == nullptr) {
+    return Refusal{Status::kRuleNotExist, ""};
+  }
+  return decoded;
+}
+
+std::optional<Answer> handleGetCounter(ManagerState &state, const Request &request,
+                                       RequestText &text) {
+  const auto counter = counterOf(state, request, text);
+  if (!counter) return answerOf(counter.refusal());
+  const CounterRequest &asked = counter.value();
+  std::uint64_t value = 0;
+  const Status status =
+      state.dynamicRules.readCounter(asked.ruleName, asked.point, asked.counterName, value);
+  return Answer{status, "", counterValueReply(request.body, status, value)};
+}
+
+std::optional<Answer> handleClearCounter(ManagerState &state, const Request &request,
+                                         RequestText &text) {
+  const auto counter = counterOf(state, request, text);
+  if (!counter) return answerOf(counter.refusal());
+  const CounterRequest &asked = counter.value();
+  return Answer{state.dynamicRules.clearCounter(asked.ruleName, asked.point, asked.counterName),
+                ""};
+}
+
+constexpr auto kHandlers = std::to_array<Handler>({
+    {acl::kMsgAddDynRule, "ACL_MSG_ADD_DYN_RULE", handleAddRule, dynamicRuleReply},
+    {acl::kMsgDeleteDynRule, "ACL_MSG_DELETE_DYN_RULE", handleDeleteRule, dynamicRuleReply},
+    {acl::kMsgConfigDynRule, "ACL_MSG_CONFIG_DYN_RULE", handleConfigRule, ruleBindingReply},
+    {acl::kMsgUnconfigDynRule, "ACL_MSG_UNCONFIG_DYN_RULE", handleUnconfigRule, ruleBindingReply},
+    {acl::kMsgUnbindRule, "ACL_MSG_UNBIND_RULE", handleUnbindRule, unbindRuleReply},
+    {acl::kMsgGetDynRuleCounter, "ACL_MSG_GET_DYN_RULE_COUNTER", handleGetCounter, counterReply},
+    {acl::kMsgClearCounter, "ACL_MSG_CLEAR_COUNTER", handleClearCounter, clearCounterReply},
+});
+
+}  // namespace
+
+std::span<const Handler> dynamicRuleHandlers() noexcept {
+  return kHandlers;
+}
+
+}  // namespace aclmgr

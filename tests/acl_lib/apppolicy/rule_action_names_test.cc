@@ -1,0 +1,25 @@
+#include <limits>
+
+#include "tests/acl_lib/library_test.h"
+
+namespace {
+
+TEST(RuleActionNames, EachActionHasItsName) {
+  constexpr const char *kNames[] = {"prepend", "append",     "configure", "unconfigure",
+                                    "delete",  "delete all", "prepend",   "append"};
+  std::int32_t action = 0;
+  for (const char *name : kNames) EXPECT_STREQ(aclGetRuleActionString(++action), name) << action;
+}
+
+TEST(RuleActionNames, OtherActionsAreUnknown) {
+  for (const std::int32_t action : {0, 9, -1, 10, 256 + 1, std::numeric_limits<std::int32_t>::min(),
+                                    std::numeric_limits<std::int32_t>::max()}) {
+    EXPECT_STREQ(aclGetRuleActionString(action), "unknown action") << action;
+  }
+}
+
+TEST(RuleActionNames, TextsAreConstant) {
+  EXPECT_EQ(aclGetRuleActionString(3), aclGetRuleActionString(3));
+}
+
+}  // namespace
