@@ -767,7 +767,8 @@ SWITCH_API extern KvNode *aclPolicyTree;
 /* ---- Test policies ---------------------------------------------------------------------------
  *
  * Fixed policies that try the whole road from encoding to the ACL manager. Neither call sends: the
- * caller adds or refreshes the policy. Both print it as aclLibDumpRules() does.
+ * caller adds or refreshes the policy. Both print it as aclLibDumpRules() does. A rule that memory
+ * does not suffice for is missing from it, and the calls that were to fill it report so.
  */
 
 /* Creates a policy of six rules, "rule-0" to "rule-5". name: as for aclLibNewPolicy(). Returns the
@@ -1052,9 +1053,10 @@ SWITCH_API extern char aclStatusStringBuff[100];
 /* ---- Rule table ------------------------------------------------------------------------------
  *
  * The dynamic rules that this process keeps for itself: a ring of named entries, in the order in
- * which they are evaluated. The first entry of a name is meant wherever several have it. Calls may
- * come from any thread. Pointers to entries and names are borrowed from the table and end with the
- * entry; a thread that uses them keeps others from deleting it.
+ * which they are evaluated. The first entry of a name is meant wherever several have it; of a name
+ * the first 32 characters count. Calls may come from any thread. Pointers to entries and names are
+ * borrowed from the table and end with the entry; a thread that uses them keeps others from
+ * deleting it.
  */
 
 /* A condition or an action of a rule. Host byte order. */
@@ -1128,8 +1130,8 @@ SWITCH_API void aclLibDeleteRule(const char *name) SWITCH_NOEXCEPT;
 SWITCH_API void aclLibCopyDynRule(const AclClientEntry *desc, uint32_t ignored1,
                                   uint32_t ignored2) SWITCH_NOEXCEPT;
 
-/* Writes "not set", "1 Dynamic rule configured" or "<n> Dynamic rules configured". buf: 31 bytes or
- * more, not null. Returns the length of the text. */
+/* Writes "not set", "1 Dynamic rule configured" or "<n> Dynamic rules configured", of which 30
+ * characters are kept. buf: 31 bytes or more, not null. Returns the length of the whole text. */
 SWITCH_API int32_t aclLibCopyRuleToDisplay(char *buf) SWITCH_NOEXCEPT;
 
 /* Reads the counters of a rule. Outputs not null. Returns 1; 0, with the outputs untouched, when

@@ -117,8 +117,8 @@ void putEntries(BodyWriter<Body> &body, const AclAppPolicyRequest &request) noex
 }
 
 // Writes what both requests send, after registering the request that is to be answered. Without
-// memory for that the sequence number is 0, which no request has, and the request is sent all the
-// same: its answer reaches the application without the cookie.
+// memory for that the sequence number is 0 and the request is sent all the same: the manager does
+// what it asks for, although the answer then finds nobody to go to.
 void putCommonFields(BodyWriter<Body> &body, std::uint16_t code, const AclAppPolicyRequest &request,
                      const Caller &caller) noexcept {
   const auto kind = static_cast<std::uint8_t>(caller.flags);

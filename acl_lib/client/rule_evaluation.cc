@@ -128,6 +128,8 @@ Verdict evaluate(std::uint32_t fieldType, const AclEvalPacket &packet,
     return {nullptr, kNoMatchLine};
   }
   const std::uint32_t ruleAction = actionBehind(match);
+  // A rule without an action behind its match leaves the decision to the caller's preset, but
+  // decides where there is none.
   const char *line = nullptr;
   if (ruleAction != 0) {
     action = ruleAction;

@@ -173,12 +173,14 @@ std::int32_t aclLibCreateRule(const char *name, const char *refName,
       return 0;
     }
   }
+  // Whether another entry has the name is not looked at.
   acl::insert(entry, reference, position);
   return 1;
 }
 
 void aclLibDeleteRule(const char *name) noexcept {
   const acl::RuleTableLock lock;
+  // The count is the program's too: it decides, even where it contradicts the ring.
   if (gClientEntryList.count == 0) return;
   if (name == nullptr) {
     acl::removeAll();

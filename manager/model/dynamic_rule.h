@@ -24,8 +24,7 @@ struct DynamicRule {
 
 // How a rule is bound at a point.
 struct BindingAttributes {
-  std::string relativeRuleName =
-      {};  // the rule it was placed beside; empty: placed by its priority
+  std::string relativeRuleName;  // the rule it was placed beside; empty: placed by its priority
   std::int32_t priority = 0;
   std::uint32_t ruleFlags = 0;  // these four are kept, without meaning here
   std::uint8_t ruleKind = 0;

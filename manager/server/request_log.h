@@ -19,9 +19,11 @@ namespace aclmgr {
 // What is answered to a request. The reason is for people and empty on success.
 struct Answer {
   Status status = Status::kOk;
+  // NOLINTBEGIN(readability-redundant-member-init): g++ warns of answers that leave members out
   std::string reason = {};
-  std::vector<std::byte> reply =
-      {};  // the reply's body when its request and status do not tell all of it
+  // The reply's body, when its request and status do not tell all of it.
+  std::vector<std::byte> reply = {};
+  // NOLINTEND(readability-redundant-member-init)
 };
 
 // What one request says, collected while it is handled.

@@ -240,7 +240,7 @@ std::int32_t msgbusRecv(std::uint32_t peerId, PktBuf *packet, const std::uint32_
   peer->toReceive.pop_front();
   packet->length =
       static_cast<std::uint32_t>(std::min<std::size_t>(message.size(), packet->capacity));
-  std::memcpy(packet->data, message.data(), packet->length);
+  std::copy_n(message.begin(), packet->length, reinterpret_cast<std::byte *>(packet->data));
   return static_cast<std::int32_t>(scripted.value_or(packet->length));
 }
 

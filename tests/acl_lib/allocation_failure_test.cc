@@ -1,99 +1,13 @@
 // What every exported call does when memory or packets run out: each allocation that it makes fails
 // once. The table has a row for every call of acl_lib.h; tests/check/allocation_table.py sees to
 // that.
-#include <algorithm>
-#include <functional>
-#include <type_traits>
-#include <utility>
+#include <csignal>
 
-#include "tests/acl_lib/arranged_library.h"
+#include "tests/acl_lib/allocation_rows.h"
 
 namespace {
 
 using namespace acl_test;
-
-// ---- Rows
-
-// What becomes of a call when something that it asks for is not there.
-enum class Ending {
-  kRefuses,  // it has the given result and changes nothing
-  kFails,    // it has the given result; what it has changed before stays
-  kGoesOn,   // it does without, and has its usual result
-  kAborts,   // it ends the process
-};
-
-struct Outcome {
-  Ending ending;
-  std::int64_t result;
-};
-
-constexpr Outcome refuses(std::int64_t result) {
-  return {Ending::kRefuses, result};
-}
-constexpr Outcome fails(std::int64_t result) {
-  return {Ending::kFails, result};
-}
-constexpr Outcome goesOn() {
-  return {Ending::kGoesOn, 0};
-}
-constexpr Outcome aborts() {
-  return {Ending::kAborts, 0};
-}
-
-// The outcomes when the first, the second, ... is not there; the last one stands for all that
-// follow. Empty: the call asks for none.
-using Outcomes = std::vector<Outcome>;
-
-// A result as a number: 1 for a pointer that is not null, 0 for a call that returns nothing.
-template <typename Call>
-std::int64_t numberFrom(Call call) {
-  using Result = decltype(call());
-  if constexpr (std::is_void_v<Result>) {
-    call();
-    return 0;
-  } else if constexpr (std::is_pointer_v<Result>) {
-    return call() != nullptr ? 1 : 0;
-  } else {
-    return call();
-  }
-}
-
-struct Row {
-  const char *name;
-  std::function<std::int64_t()> call;  // makes the call once, in an arranged library
-  std::int64_t expected;               // its usual result
-  Outcomes memory;
-  Outcomes packets;
-  void (*prepare)();  // brings the library into the state that the row is about; or null
-};
-
-template <typename Call>
-Row needsPackets(const char *name, Call call, std::int64_t expected, Outcomes memory,
-                 Outcomes packets, void (*prepare)() = nullptr) {
-  return {
-      name,   [call] { return numberFrom(call); }, expected, std::move(memory), std::move(packets),
-      prepare};
-}
-
-template <typename Call>
-Row needsMemory(const char *name, Call call, std::int64_t expected, Outcomes memory,
-                void (*prepare)() = nullptr) {
-  return needsPackets(name, call, expected, std::move(memory), {}, prepare);
-}
-
-template <typename Call>
-Row needsNothing(const char *name, Call call, std::int64_t expected = 0) {
-  return needsPackets(name, call, expected, {}, {});
-}
-
-// A handle that sends its packet needs another one to go on with.
-template <typename Call>
-Row sendsAPacket(const char *name, Call call, std::int64_t expected = 0, Outcomes memory = {}) {
-  return needsPackets(name, call, expected, std::move(memory), {aborts()});
-}
-
-// The library that the calls of the table meet.
-ArrangedLibrary *arranged = nullptr;
 
 // ---- What the calls are given
 
@@ -577,10 +491,6 @@ std::vector<Row> allRows() {
 
 // ---- The test
 
-const Outcome &outcomeOf(const Outcomes &outcomes, std::size_t number) {
-  return outcomes[std::min(number, outcomes.size()) - 1];
-}
-
 // The fixture's own library is not used: each run has a fresh one.
 class AllocationFailureTest : public LibraryTest, public testing::WithParamInterface<Row> {
  protected:
@@ -622,17 +532,22 @@ class AllocationFailureTest : public LibraryTest, public testing::WithParamInter
   // Makes the call without packet `number`.
   static Run runWithoutPacket(std::size_t number) {
     OutputCapture output;
-    Run run{0, false, arranged->state(), ""};
+    Run run{0, true, arranged->state(), ""};
     refusePacket(number);
-    const std::size_t packetsBefore = packetsAskedFor();
     run.result = GetParam().call();
-    run.wasAsked = packetsAskedFor() - packetsBefore >= number;
     run.after = arranged->state();
     return run;
   }
 
-  // What a call may expect for being refused `number`; nothing more was to be expected when the
-  // call did not ask for it.
+  // Makes the call with all packets. Returns how many it asked for.
+  static std::size_t runWithPackets() {
+    const std::size_t before = packetsAskedFor();
+    const Run run = runWithoutAllocation(0);
+    EXPECT_EQ(run.result, GetParam().expected);
+    return packetsAskedFor() - before;
+  }
+
+  // Checks a run without thing `number` against the row, and that the call works afterwards.
   static void checkRun(const Run &run, const Outcomes &outcomes, std::size_t number) {
     if (!run.wasAsked) {
       EXPECT_EQ(run.result, GetParam().expected);
@@ -647,18 +562,25 @@ class AllocationFailureTest : public LibraryTest, public testing::WithParamInter
     EXPECT_EQ(runWithoutAllocation(0).result, GetParam().expected) << "afterwards";
   }
 
-  // Whether the call without packet `number` ends the process.
-  static bool isToAbort(std::size_t number) {
+  // Runs the call without packet `number` and checks it.
+  static void checkWithoutPacket(std::size_t number) {
     const Outcomes &outcomes = GetParam().packets;
-    return !outcomes.empty() && outcomeOf(outcomes, number).ending == Ending::kAborts;
+    if (outcomeOf(outcomes, number).ending != Ending::kAborts) {
+      return checkRun(runWithoutPacket(number), outcomes, number);
+    }
+    const auto call = [number] {
+      refusePacket(number);
+      GetParam().call();
+    };
+    EXPECT_EXIT(call(), testing::KilledBySignal(SIGABRT), "");
   }
 
+ private:
   static void refusePacket(std::size_t number) {
     for (std::size_t i = 1; i < number; ++i) fake().queueResults("pktbufAllocPacket", {1});
     fake().queueResults("pktbufAllocPacket", {0});
   }
 
- private:
   static std::size_t packetsAskedFor() { return fake().calls({"pktbufAllocPacket"}).size(); }
 };
 
@@ -679,36 +601,13 @@ TEST_P(AllocationFailureTest, EndsAsTheTableSaysWithoutMemory) {
 }
 
 TEST_P(AllocationFailureDeathTest, EndsAsTheTableSaysWithoutPackets) {
-  std::size_t number = 0;
-  for (bool wasAsked = true; wasAsked;) {
-    ++number;
+  std::size_t packets = 0;
+  inArrangedLibrary([&packets] { packets = runWithPackets(); });
+  ASSERT_EQ(packets == 0, GetParam().packets.empty());
+  for (std::size_t number = 1; number <= packets; ++number) {
     SCOPED_TRACE("without packet " + std::to_string(number));
-    inArrangedLibrary([&] {
-      if (isToAbort(number)) {
-        EXPECT_DEATH(
-            {
-              refusePacket(number);
-              GetParam().call();
-            },
-            "");
-        wasAsked = number < GetParam().packets.size();
-        return;
-      }
-      const Run run = runWithoutPacket(number);
-      wasAsked = run.wasAsked;
-      checkRun(run, GetParam().packets, number);
-    });
+    inArrangedLibrary([number] { checkWithoutPacket(number); });
   }
-}
-
-std::string rowName(const testing::TestParamInfo<Row> &info) {
-  std::string name = info.param.name;
-  name += '_';
-  return name + std::to_string(info.index);
-}
-
-void PrintTo(const Row &row, std::ostream *out) {
-  *out << row.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, AllocationFailureTest, testing::ValuesIn(allRows()), rowName);

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""The table of tests/acl_lib/allocation_failure_test.cc has a row for every function of acl_lib.h, and
-each row makes the call that it names."""
+"""The table of tests/acl_lib/allocation_failure_test.cc has a row for every function of acl_lib.h,
+and each row makes the call that it names."""
 
 import re
 
@@ -22,13 +22,17 @@ def rows(text):
                text[row.end():end.start() if end else len(text)])
 
 
+def without_comments(text):
+    """The text with as many lines."""
+    return exported_symbols.COMMENT.sub(lambda comment: "\n" * comment.group().count("\n"), text)
+
+
 def check(root):
-    functions = {name for name, is_data in
-                 exported_symbols.declarations(sources.text_of(root, HEADER)) if not is_data}
     if not (root / TABLE).is_file():
         return [f"{TABLE}:1: no such file"]
-    table = list(rows(exported_symbols.COMMENT.sub(lambda comment: "\n" * comment.group().count("\n"),
-                                                   sources.text_of(root, TABLE))))
+    functions = {name for name, is_data in
+                 exported_symbols.declarations(sources.text_of(root, HEADER)) if not is_data}
+    table = list(rows(without_comments(sources.text_of(root, TABLE))))
     named = {name for _, name, _ in table}
     messages = [f"{TABLE}:1: {name}: has no row" for name in sorted(functions - named)]
     for line, name, call in table:

@@ -145,7 +145,7 @@ TEST(DecodeRuleBinding, BatchedRequestHasNoLeadingNameAndAKind) {
   const auto decoded = decodeRuleBinding(body);
   ASSERT_TRUE(decoded);
   EXPECT_EQ(decoded.value().ruleName, "guard");
-  EXPECT_EQ(decoded.value().attributes, (BindingAttributes{.ruleKind = 5}));
+  EXPECT_EQ(decoded.value().attributes, (BindingAttributes{.relativeRuleName = "", .ruleKind = 5}));
 }
 
 TEST(DecodeRuleBinding, NameAt608CountsWhateverTheLeadingOne) {

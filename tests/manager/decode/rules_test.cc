@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <random>
 #include <string>
@@ -272,6 +273,28 @@ TEST(DecodeRules, RulesWithRandomChangesAreDecodedOrRefusedAndNothingElseIsRead)
   }
   EXPECT_GT(taken, 1000U);
   EXPECT_LT(taken, 19000U);
+}
+
+TEST(DecodeFirstRule, RecordIsTakenByItsOwnLengthAndWhatFollowsIsNotLookedAt) {
+  const Bytes record = encodedRule("a", 7, "0003 0004 06ff0000", "0001 0000");
+  const auto alone = decodeFirstRule(record);
+  const auto followed = decodeFirstRule(join(record, hex("EEEEEE")));
+  ASSERT_TRUE(alone);
+  ASSERT_TRUE(followed);
+  EXPECT_EQ(alone.value().name, "a");
+  EXPECT_EQ(alone.value().id, 7U);
+  EXPECT_EQ(followed.value(), alone.value());
+}
+
+TEST(DecodeFirstRule, RecordThatIsCutShortOrMissingIsRefused) {
+  const Bytes record = encodedRule("a", 7, "", "0001 0000");
+  for (std::size_t length = 0; length < record.size(); ++length) {
+    const auto block = std::make_unique<std::byte[]>(length);
+    std::copy_n(record.begin(), length, block.get());
+    const auto rule = decodeFirstRule({block.get(), length});
+    ASSERT_FALSE(rule) << length;
+    EXPECT_EQ(rule.refusal().status, Status::kInvalidRule);
+  }
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ DynamicRule ruleNamed(std::string name, std::uint32_t id = 1) {
 }
 
 BindingAttributes priority(std::int32_t number) {
-  return {.priority = number};
+  return {.relativeRuleName = "", .priority = number};
 }
 
 BindingAttributes beside(std::string name, std::int32_t number) {
@@ -183,8 +183,12 @@ TEST_F(DynamicRuleStoreTest, TheSameBindingAgainIsOkAndKeepsItsPlaceAndItsCounte
 }
 
 TEST_F(DynamicRuleStoreTest, BindingAgainWithAnyOtherAttributeIsRefused) {
-  const BindingAttributes bound{
-      .priority = 1, .ruleFlags = 2, .ruleKind = 3, .bindAttr = 4, .bindFlags = 5};
+  const BindingAttributes bound{.relativeRuleName = "",
+                                .priority = 1,
+                                .ruleFlags = 2,
+                                .ruleKind = 3,
+                                .bindAttr = 4,
+                                .bindFlags = 5};
   store_.bind("b", kPoint, {});
   store_.bind("a", kPoint, bound);
   std::vector<BindingAttributes> others(6, bound);

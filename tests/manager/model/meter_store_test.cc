@@ -101,6 +101,16 @@ TEST_F(MeterStoreTest, TwoMetersMayHaveOneTarget) {
   EXPECT_EQ(store_.bind("n", 1), Status::kOk);
 }
 
+TEST_F(MeterStoreTest, RemovingAllOfAnOwnerForgetsBoundMetersTooAndLeavesThoseOfOthers) {
+  store_.create("n", kOwner, 0);
+  store_.create("other", kOwner + 1, 0);
+  store_.bind("n", 1);
+  EXPECT_EQ(store_.removeAllOf(kOwner), 2U);
+  EXPECT_EQ(store_.removeAllOf(kOwner), 0U);
+  EXPECT_EQ(store_.size(), 1U);
+  EXPECT_NE(store_.find("other"), nullptr);
+}
+
 TEST_F(MeterStoreTest, ExhaustedMemoryChangesNothing) {
   constexpr std::string_view kName = "a meter with quite a long name";
   const unsigned failures = test_support::forEachAllocationFailure([&] {
