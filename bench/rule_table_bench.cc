@@ -1,7 +1,9 @@
 // The rule table at 1,000, 10,000 and 100,000 rules: creating each rule behind the last one by its
 // name, finding rules by name in random order, and evaluating a field that only the last rule
-// matches. The peer does the same with std::list and std::map<std::string, ...>, for entries of the
-// same size.
+// matches; that also in a shuffled table, whose rules were created at random positions, so that
+// their order is not that of their memory. The peers do the same for entries of the same size: with
+// std::list and std::map<std::string, ...> where names count, and for evaluation with a std::list
+// alone, between whose nodes lie none of a map.
 //
 // Times are per rule: a batch is one table's worth of rules.
 #include <acl_lib.h>
@@ -50,6 +52,7 @@ namespace {
 
 constexpr std::uint32_t kPermit = 1;
 constexpr std::uint32_t kValueMatch = 3;
+constexpr std::int32_t kBefore = 1;
 constexpr std::int32_t kBehind = 2;
 constexpr std::uint32_t kFullMask = 0xFFFFFFFF;
 
@@ -68,6 +71,18 @@ std::vector<std::string> shuffled(std::vector<std::string> names) {
   std::shuffle(names.begin(), names.end(), random);
   return names;
 }
+
+// The rules that stand in a random order, by their numbers in order of creation: beside which one
+// each of them is created, and on which side.
+class RandomPositions {
+ public:
+  // Of the rule that is created as the `number`th, counted from 0; in ascending order of numbers.
+  std::size_t referenceFor(std::size_t number) { return random_() % number; }
+  bool isBefore() { return random_() % 2 == 0; }
+
+ private:
+  std::mt19937 random_{2};
+};
 
 // "value is n: permit", n the number of the rule.
 void fill(AclClientEntry &entry, std::uint32_t number) {
@@ -95,6 +110,15 @@ void createRules(const std::vector<std::string> &names) {
   }
 }
 
+void createShuffledRules(const std::vector<std::string> &names) {
+  RandomPositions positions;
+  aclLibCreateRule(names[0].c_str(), nullptr, kBehind);
+  for (std::size_t i = 1; i < names.size(); ++i) {
+    const std::string &reference = names[positions.referenceFor(i)];
+    aclLibCreateRule(names[i].c_str(), reference.c_str(), positions.isBefore() ? kBefore : kBehind);
+  }
+}
+
 void createInTable(benchmark::State &state) {
   const std::vector<std::string> names = namesOf(state.range(0));
   while (state.KeepRunningBatch(state.range(0))) {
@@ -117,12 +141,15 @@ void findInTable(benchmark::State &state) {
   aclLibDeleteRule(nullptr);
 }
 
-void evaluateTable(benchmark::State &state) {
+using Create = void (*)(const std::vector<std::string> &names);
+
+void evaluateTableOf(benchmark::State &state, Create create) {
   const std::vector<std::string> names = namesOf(state.range(0));
   const std::uint64_t allocationsAtStart = allocations;
-  createRules(names);
-  if (allocations - allocationsAtStart < names.size())
+  create(names);
+  if (allocations - allocationsAtStart < names.size()) {
     state.SkipWithError("allocations are not counted");
+  }
   std::uint32_t number = 0;
   AclClientEntry *entry = gClientEntryList.first;
   do {
@@ -140,6 +167,14 @@ void evaluateTable(benchmark::State &state) {
   aclLibDeleteRule(nullptr);
 }
 
+void evaluateTable(benchmark::State &state) {
+  evaluateTableOf(state, createRules);
+}
+
+void evaluateShuffledTable(benchmark::State &state) {
+  evaluateTableOf(state, createShuffledRules);
+}
+
 void deleteFirstOfEqualNames(benchmark::State &state) {
   const std::vector<std::string> names(static_cast<std::size_t>(state.range(0)), "same");
   while (state.KeepRunningBatch(state.range(0))) {
@@ -150,12 +185,12 @@ void deleteFirstOfEqualNames(benchmark::State &state) {
   }
 }
 
-// ---- The peer
+// ---- The peers
+
+using Rules = std::list<AclClientEntry>;
 
 class ListAndMap {
  public:
-  using Rules = std::list<AclClientEntry>;
-
   void create(const std::string &name, const char *reference) {
     auto place = rules_.end();
     if (reference != nullptr) place = std::next(byName_.find(reference)->second);
@@ -211,7 +246,7 @@ bool matches(const AclRuleTerm &term, const AclEvalPacket &packet) {
 }
 
 // Only what these rules ask for: the first term matches, the second one is the action.
-std::uint32_t evaluate(const ListAndMap::Rules &rules, const AclEvalPacket &packet) {
+std::uint32_t evaluate(const Rules &rules, const AclEvalPacket &packet) {
   for (const AclClientEntry &rule : rules) {
     for (std::int32_t i = 0; i < rule.termCount; ++i) {
       if (matches(rule.terms[i], packet)) return rule.terms[i + 1].type;
@@ -220,16 +255,38 @@ std::uint32_t evaluate(const ListAndMap::Rules &rules, const AclEvalPacket &pack
   return 0;
 }
 
-void evaluateList(benchmark::State &state) {
-  ListAndMap table;
-  table.create(namesOf(state.range(0)));
+void evaluateRules(benchmark::State &state, Rules &rules) {
   std::uint32_t number = 0;
-  for (AclClientEntry &rule : table.rules()) fill(rule, number++);
+  for (AclClientEntry &rule : rules) fill(rule, number++);
   AclEvalPacket packet = packetFor(state.range(0) - 1);
   while (state.KeepRunningBatch(state.range(0))) {
     benchmark::DoNotOptimize(packet);
-    if (evaluate(table.rules(), packet) != kPermit) state.SkipWithError("no decision");
+    if (evaluate(rules, packet) != kPermit) state.SkipWithError("no decision");
   }
+}
+
+void evaluateList(benchmark::State &state) {
+  Rules rules(static_cast<std::size_t>(state.range(0)));
+  evaluateRules(state, rules);
+}
+
+void evaluateListOfListAndMap(benchmark::State &state) {
+  ListAndMap table;
+  table.create(namesOf(state.range(0)));
+  evaluateRules(state, table.rules());
+}
+
+void evaluateShuffledList(benchmark::State &state) {
+  const auto count = static_cast<std::size_t>(state.range(0));
+  RandomPositions positions;
+  Rules rules(1);
+  std::vector<Rules::iterator> created = {rules.begin()};
+  created.reserve(count);
+  while (created.size() < count) {
+    const auto reference = created[positions.referenceFor(created.size())];
+    created.push_back(rules.emplace(positions.isBefore() ? reference : std::next(reference)));
+  }
+  evaluateRules(state, rules);
 }
 
 void sizes(benchmark::internal::Benchmark *benchmark) {
@@ -242,6 +299,9 @@ BENCHMARK(findInTable)->Apply(sizes);
 BENCHMARK(findInListAndMap)->Apply(sizes);
 BENCHMARK(evaluateTable)->Apply(sizes);
 BENCHMARK(evaluateList)->Apply(sizes);
+BENCHMARK(evaluateListOfListAndMap)->Apply(sizes);
+BENCHMARK(evaluateShuffledTable)->Apply(sizes);
+BENCHMARK(evaluateShuffledList)->Apply(sizes);
 BENCHMARK(deleteFirstOfEqualNames)->Apply(sizes);
 
 }  // namespace

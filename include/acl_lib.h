@@ -62,7 +62,10 @@ typedef intptr_t AclPolicyHandle;
 typedef int32_t (*AclSendFn)(uint16_t type, const void *body, uint16_t length);
 
 /*
- * Told about every answer of the ACL manager, on the dispatcher's thread, with no lock held.
+ * Told about the answers of the ACL manager, on the dispatcher's thread, with no lock held: once
+ * about every reply, except those of the codes 0x300B and 0x300C. They come once for each pending
+ * request that they answer, under that request's own code (aclLibSendClientConfigReply(),
+ * aclLibSendClientUnconfigReply()), and not at all when they answer none.
  *   body  one reply, big-endian: message code (unsigned 16-bit) at 0, status (signed 16-bit) at 2;
  *         valid during the call only. The library may have written into it. A reply that came
  *         without a whole status is continued with zeros, so that both may always be read.
@@ -734,7 +737,11 @@ SWITCH_API int32_t aclSendModifyRule(const char *name, uint32_t arg1, uint32_t a
  * No call here takes the lock by itself, so that a walk sees one state: readers (find, first, next)
  * bracket their use with aclBtreeReadLock(), writers (insert, delete) with aclBtreeWriteLock(),
  * both with aclBtreeUnlock(). A found policy may be freed by the dispatcher's thread as soon as the
- * lock is released. Handles are not checked: they must be those of living policies.
+ * lock is released.
+ *
+ * Handles are checked as those of all calls, but a bad one is not reported on standard output. A
+ * caller's own record with the right selfCheck is a policy here, too; it must stay while it is in
+ * the store.
  */
 
 /* Take aclPolicyLock for reading, take it for writing, release it. Return the result of the pthread
@@ -743,12 +750,12 @@ SWITCH_API int32_t aclBtreeReadLock(void) SWITCH_NOEXCEPT;
 SWITCH_API int32_t aclBtreeWriteLock(void) SWITCH_NOEXCEPT;
 SWITCH_API int32_t aclBtreeUnlock(void) SWITCH_NOEXCEPT;
 
-/* Registers a policy under its name. Returns 0; -1 when another one has that name (nothing
- * changed); -2 for a handle that is 0, -1 or -2. */
+/* Registers a policy under its name. Returns 0; -1 when one of that name is there already (nothing
+ * changed); -2 for an invalid handle. */
 SWITCH_API int32_t aclBtreeInsertPolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
 
 /* Takes a policy out of the store and leaves it alive. Returns 0; -1 when it is not in the store;
- * -2 for a handle that is 0, -1 or -2. */
+ * -2 for an invalid handle. */
 SWITCH_API int32_t aclBtreeDeletePolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
 
 /* Finds a policy. name: NUL-terminated, its first 32 characters count; null is the empty name.
@@ -758,7 +765,8 @@ SWITCH_API AclPolicyHandle aclFindPolicy(const char *name) SWITCH_NOEXCEPT;
 /* Returns the first policy in the order of names (by bytes), 0 when the store is empty. */
 SWITCH_API AclPolicyHandle aclFindFirstPolicy(void) SWITCH_NOEXCEPT;
 
-/* Returns the policy that follows one in the store, 0 after the last one and for 0, -1 and -2. */
+/* Returns the policy that follows one in the store; 0 after the last one, and for an invalid
+ * handle. */
 SWITCH_API AclPolicyHandle aclGetNextPolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
 
 /* The root of the store, null when it is empty. */
@@ -837,11 +845,11 @@ typedef struct AclRuleRecord {
   uint8_t attribute;   /* passed on */
 } AclRuleRecord;
 
-/* A client process, as the ACL manager knows it. Host byte order. */
+/* An application, as the ACL manager knows it. Host byte order. */
 typedef struct AclClientId {
-  uint16_t clientNumber;
-  uint32_t word1; /* passed on */
-  uint32_t word2; /* passed on */
+  uint16_t clientNumber; /* the application: a row of aclGlobalApps */
+  uint32_t word1;        /* passed on */
+  uint32_t word2;        /* passed on */
 } AclClientId;
 
 /* One entry of a list of policies to be checked. Host byte order. */
@@ -896,7 +904,7 @@ SWITCH_API int32_t aclLibAddDynRuleBatch(const char *ruleName, const void *encod
 SWITCH_API int32_t aclLibDelDynRuleBatch(const char *ruleName, uint32_t appId,
                                          int32_t flush) SWITCH_NOEXCEPT;
 
-/* ---- Requests about a whole client -----------------------------------------------------------
+/* ---- Requests about what applications have installed -----------------------------------------
  *
  * Each sends one request at once and returns the result of the send. Any thread.
  */
@@ -921,7 +929,7 @@ SWITCH_API int32_t aclLibMoveApplAttribute(uint8_t attribute, uint8_t fromApplic
                                            uint8_t toApplication,
                                            uint32_t moveCookie) SWITCH_NOEXCEPT;
 
-/* Removes everything a client has installed. client: borrowed; null gives -2. */
+/* Removes everything an application has installed. client: borrowed; null gives -2. */
 SWITCH_API int32_t aclLibCleanClientRules(const AclClientId *client) SWITCH_NOEXCEPT;
 
 /*
@@ -939,7 +947,8 @@ SWITCH_API int32_t aclLibCheckPolicy(const AclPolicyEntry *entries, uint32_t cou
  * configuring and deleting send a request whose answer comes to the callback, and return 0 when it
  * was sent, -1 otherwise. Any thread.
  *
- *   meterName  NUL-terminated, the first 31 characters are sent (32 for the calls that bind)
+ *   meterName  NUL-terminated, the first 31 characters are sent (32 for the calls that bind); null
+ *              is the empty name
  *   owner      borrowed, not null
  */
 
@@ -972,8 +981,10 @@ SWITCH_API int32_t aclLibConfigMeter(const char *meterName, uint32_t cirRate, ui
 
 /*
  * Bind a meter to a client and take it off, over the synchronous channel: they wait for the
- * manager. target: a number of the manager; its low byte is sent. Return the manager's status
- * (aclStatusText()), or -1 when the request could not be sent. One thread at a time.
+ * manager, if need be for ever, and what is said of that channel below holds for them.
+ *   target  a number of the manager; its low byte is sent
+ * Return the manager's status (aclStatusText()); -1 when the request could not be sent at once or
+ * the answer carries no object. Abort when there is no memory for the answer. One thread at a time.
  */
 SWITCH_API int32_t aclLibBindMeter(const char *meterName, uint32_t target) SWITCH_NOEXCEPT;
 SWITCH_API int32_t aclLibUnbindMeter(const char *meterName, uint32_t target) SWITCH_NOEXCEPT;
@@ -982,11 +993,21 @@ SWITCH_API int32_t aclLibUnbindMeter(const char *meterName, uint32_t target) SWI
  *
  * A second connection to the ACL manager, for requests whose caller waits for the answer. One
  * request at a time: two threads at once could take each other's answers. Must not be used on the
- * dispatcher's thread. Nothing here gives up: without a manager the calls wait until there is one.
+ * dispatcher's thread.
+ *
+ * Nothing here gives up. Without a manager the set-up waits until there is one. A request waits
+ * until an answer comes, and for ever when none will: when the manager ended after it took the
+ * request, whether or not another one was started, and when there was no memory for the request,
+ * which then was not sent.
  */
 
-/* Looks the manager up and connects. Returns 0 when connected; -109 when the manager refuses. The
- * first request does it by itself. */
+/*
+ * Looks the manager up and connects. The first request does it by itself. Every call makes another
+ * peer in place of the former one; where the messaging service does not make it, a line on standard
+ * output says so, and the former peer is connected.
+ * Returns 0 when connected; -109 when the manager refuses. The id of the refused peer then stays,
+ * so that no request sets the channel up again: each one returns -1 until this is called again.
+ */
 SWITCH_API int32_t initAclLibSyncConfigLib(void) SWITCH_NOEXCEPT;
 
 /*
@@ -997,7 +1018,8 @@ SWITCH_API int32_t initAclLibSyncConfigLib(void) SWITCH_NOEXCEPT;
  * Returns the answer's status; -1, with the body unchanged, when the request could not be sent at
  * once or the answer carries no object; -2 for a null body or a longer one. Aborts when there is no
  * memory for the answer. A request that the bus has queued gives -1 too, and is answered all the
- * same: the next call may take that answer for its own.
+ * same: the next call may take that answer for its own. Without memory for the request nothing is
+ * sent, and the call waits for an answer all the same.
  */
 SWITCH_API int32_t aclLibSendAndRecvFromAclMgr(void *body, uint32_t length) SWITCH_NOEXCEPT;
 
@@ -1054,9 +1076,14 @@ SWITCH_API extern char aclStatusStringBuff[100];
  *
  * The dynamic rules that this process keeps for itself: a ring of named entries, in the order in
  * which they are evaluated. The first entry of a name is meant wherever several have it; of a name
- * the first 32 characters count. Calls may come from any thread. Pointers to entries and names are
- * borrowed from the table and end with the entry; a thread that uses them keeps others from
- * deleting it.
+ * the first 32 characters count.
+ *
+ * Calls may come from any thread. Pointers to entries and names are borrowed from the table and end
+ * with the entry, which an answer to aclLibConfigAppRule() may delete too (code 0x3007); a thread
+ * that uses them keeps others from deleting it. Every call takes borrowed names, also that of the
+ * rule which it deletes. Answers (aclLibCopyDynRule()) and evaluations write the words, terms and
+ * counters of an entry on their own threads; other threads read the counters with
+ * aclLibGetRuleStats().
  */
 
 /* A condition or an action of a rule. Host byte order. */
@@ -1120,7 +1147,8 @@ SWITCH_API AclClientEntry *aclLibFindClientEntry(const char *name) SWITCH_NOEXCE
 SWITCH_API int32_t aclLibCreateRule(const char *name, const char *refName,
                                     int32_t position) SWITCH_NOEXCEPT;
 
-/* Deletes a rule, or all for a null name. An unknown name is ignored. */
+/* Deletes a rule, or all for a null name. An unknown name is ignored, and so is every name while
+ * gClientEntryList.count is 0. */
 SWITCH_API void aclLibDeleteRule(const char *name) SWITCH_NOEXCEPT;
 
 /*
@@ -1163,8 +1191,8 @@ SWITCH_API int32_t aclLibConfigAppRule(uint32_t ignored, const char *name, const
                                        uint32_t cookie) SWITCH_NOEXCEPT;
 
 /*
- * Deletes a rule from the table and asks the ACL manager to remove it (code 0x3008); with a null
- * name, every rule of the table.
+ * Deletes a rule from the table and asks the ACL manager to remove it (code 0x3008), also when the
+ * table has no such rule; with a null name, every rule that it deletes from the table.
  *   position, flags  passed on to the manager
  *   send             sends each request; null gives -2
  * Returns what `send` returned (0 when sent, unlike aclLibConfigAppRule()); 1 for a null name.
@@ -1183,9 +1211,9 @@ SWITCH_API int32_t aclLibUnconfigAppRule(uint32_t position, const char *name,
  *   portCount  0 to 2
  *   arg        its low 16 bits are passed on
  *   cookie     comes back with the answer
- * Returns the result of the send; -1 for a null rule or more ports; -2 for null ports with a count;
- * -31 for an egress rule on a card that cannot filter on egress (aclStatusText()). Nothing is sent
- * then.
+ * Returns the result of the send. Nothing is sent, and the first of these that applies returned:
+ * -1 for a null rule; -31 for an egress rule on a card that cannot filter on egress
+ * (aclStatusText()); -1 for more ports; -2 for null ports with a count.
  */
 SWITCH_API int32_t aclLibCheckRuleValidity(const AclRuleRecord *rule, const uint8_t *ports,
                                            uint32_t portCount, uint32_t arg,
@@ -1208,6 +1236,21 @@ SWITCH_API const char *aclLibEvaluateRule(uint32_t ignored, uint32_t fieldType,
                                           const AclEvalPacket *packet,
                                           uint32_t *action) SWITCH_NOEXCEPT;
 
+/*
+ * The table. Any thread may look whether it is empty and how many rules it has; its ring is
+ * followed, and its head written, only while no other thread can be in a call about the table.
+ * A program may
+ *   - drop the table: set the head to {NULL, 0}. The entries are the program's then;
+ *   - put in a ring of its own, or one that it dropped, with its count. The entries are the
+ *     table's then, which deletes them with free();
+ *   - make another entry of the ring the first.
+ * After the last two, names are found by walking until the table is empty again. Nothing is deleted
+ * while the count is 0, and a deletion that makes it 0 empties the table.
+ *
+ * A ring is known by the address of its first entry. To put in one that begins where the last one
+ * did, call aclLibGetRuleCount() after dropping that. Linking entries into the library's ring by
+ * hand, out of it, or in another order, is not supported.
+ */
 SWITCH_API extern AclClientEntryList gClientEntryList;
 
 /* Not 0: evaluation prints a line on standard output where no rule's action decided. */
@@ -1285,6 +1328,7 @@ SWITCH_API AclApplInfo *aclLibFindApplInfo(uint32_t applId, uint32_t create) SWI
  *   kind, tag  an answer to requests of code 0x300B names those it is for
  * Returns the sequence number; 0 when memory is exhausted, when applId is 0 and no application has
  * registered yet, or when a request of the application still waits under the number that is next.
+ * Where the request has no memory, a record of the application that was made for it stays.
  * The numbers wrap: after 4294967295 comes 0, which looks like a failure.
  */
 SWITCH_API uint32_t aclLibGetClientSeqNo(uint32_t applId, int32_t reqCode, uint32_t cookie,
@@ -1294,20 +1338,23 @@ SWITCH_API uint32_t aclLibGetClientSeqNo(uint32_t applId, int32_t reqCode, uint3
 /* Orders two AclApplReq by sequence number: -1, 0 or 1. */
 SWITCH_API int32_t aclApplReqCmpFuncBySeqNo(const void *a, const void *b) SWITCH_NOEXCEPT;
 
-/* Adds a record to a tree. Returns 0; -1 when one of its sequence number is there already. */
+/* Adds a record to a tree. It leaves that of an application by aclDeleteApplReq() only. Returns 0;
+ * -1 when one of its sequence number is there already; -2 for a null record or tree. */
 SWITCH_API int32_t aclInsertApplReq(AclApplReq *req, KvNode **tree) SWITCH_NOEXCEPT;
 
 /* Takes a record out of its application's tree; the caller frees it, with free(). Returns 0; -1
- * when it is not there; -2 for a null applInfo. */
+ * when it is not there or null; -2 for a null applInfo. */
 SWITCH_API int32_t aclDeleteApplReq(AclApplReq *req, AclApplInfo *applInfo) SWITCH_NOEXCEPT;
 
 /* Returns the record of the lowest sequence number, null when there is none or applInfo is null. */
 SWITCH_API AclApplReq *aclFindFirstApplReq(AclApplInfo *applInfo) SWITCH_NOEXCEPT;
 
-/* Returns the record of the next higher sequence number, null behind the last one. */
+/* Returns the record of the next higher sequence number, null behind the last one and for a null
+ * record. */
 SWITCH_API AclApplReq *aclFindNextApplReq(AclApplReq *req) SWITCH_NOEXCEPT;
 
-/* Returns the record of a sequence number, null when there is none. ignored: not used. */
+/* Returns the record of a sequence number, null when there is none or the tree is null. ignored:
+ * not used. */
 SWITCH_API AclApplReq *aclFindApplReqBySeqNo(uint32_t ignored, uint32_t seqNo,
                                              KvNode **tree) SWITCH_NOEXCEPT;
 
@@ -1388,19 +1435,27 @@ typedef struct AclSliceRequest {
  *   appId      a row of aclGlobalApps; its low byte is sent
  *   flags      its low byte is sent, and is the kind of the pending request
  *   callerRef  the cookie that comes back with the answer
- * Returns the result of the send; 0, with nothing sent, for a null request or a ruleCount of 0 or
- * above 40. Without memory for the registration the request is sent with sequence number 0. Any
+ * Returns the result of the send; 0, with nothing registered nor sent, for a null request or a
+ * ruleCount of 0 or above 40. A request that cannot be registered is sent all the same, with
+ * sequence number 0, and its answer finds nobody: where aclLibGetClientSeqNo() gives 0, which is
+ * without memory, for appId 0 while no application has registered, and when a request still waits
+ * under the number that is next. One that cannot be sent stays registered. Nothing is traced. Any
  * thread.
  */
 SWITCH_API int32_t aclLibApplyAppPolicy(const AclAppPolicyRequest *request, uint32_t appId,
                                         uint32_t flags, uint32_t callerRef) SWITCH_NOEXCEPT;
 
-/* Asks for the removal of an application policy (code 0x300C); arguments and results as above.
- * Sends no name, no policyAttr, no second match value, nor the mask of the first one. */
+/*
+ * Asks for the removal of an application policy (code 0x300C); arguments and results as above.
+ * Sends less: no policyName, policyAttr, requestWord0 nor requestWord1, no second match, and of the
+ * first one, which it looks at whatever matchCount says, neither a name (type 26, of which not even
+ * the type is sent) nor a mask.
+ */
 SWITCH_API int32_t aclLibUnApplyAppPolicy(const AclAppPolicyRequest *request, uint32_t appId,
                                           uint32_t flags, uint32_t callerRef) SWITCH_NOEXCEPT;
 
-/* Returns the name of what is done to a rule: a constant text, "unknown action" outside 1 to 8. */
+/* Returns the name of what is done to a rule: a constant text, "unknown action" outside 1 to 8. The
+ * names of 7 and 8 are those of 1 and 2. */
 SWITCH_API const char *aclGetRuleActionString(int32_t action) SWITCH_NOEXCEPT;
 
 /*
@@ -1413,7 +1468,13 @@ SWITCH_API const char *aclGetRuleActionString(int32_t action) SWITCH_NOEXCEPT;
 SWITCH_API int32_t aclLibSliceConfig(const AclSliceRequest *sliceRequest,
                                      uint32_t context) SWITCH_NOEXCEPT;
 
-/* ---- Messages from the ACL manager ----------------------------------------------------------- */
+/* ---- Messages from the ACL manager -----------------------------------------------------------
+ *
+ * These calls are for the dispatcher's thread, which makes them by itself once the library is
+ * connected. A program that makes them, as tests do, must see to it that one thread at a time does:
+ * they put statuses into words (aclStatusStringBuff). The callback may call the library, these
+ * calls included.
+ */
 
 /*
  * Answers every pending request that a reply of code 0x300B covers: the callback gets the reply
@@ -1422,13 +1483,18 @@ SWITCH_API int32_t aclLibSliceConfig(const AclSliceRequest *sliceRequest,
  *   reply  608 bytes or more, rewritten; null is ignored. It names the application (1 byte at 592),
  *          kind (1 byte at 593), tag (596), first and last sequence number (600, 604).
  * A range whose last number is below its first one has wrapped; of the numbers from the first one
- * on, only those below 2147483648 then are covered. The callback may call the library, and may
- * remove the request it is told about. Requests that are registered meanwhile are not answered.
+ * on, only those below 2147483648 then are covered. The callback may remove requests, the one that
+ * it is told about too, and register others. The walk goes on by sequence number: a covered request
+ * that is new is answered if its number is above the one just answered; it stays if it is below.
  */
 SWITCH_API void aclLibSendClientConfigReply(void *reply) SWITCH_NOEXCEPT;
 
-/* Answers the one pending request of a reply of code 0x300C, in the same way. reply: 594 bytes or
- * more; it names the sequence number (588) and the application (1 byte at 593). */
+/*
+ * Answers the one pending request of a reply of code 0x300C, in the same way; one of code 0x300C is
+ * answered as well here.
+ *   reply  594 bytes or more, rewritten; null is ignored. It names the sequence number (588) and
+ * the application (1 byte at 593).
+ */
 SWITCH_API void aclLibSendClientUnconfigReply(void *reply) SWITCH_NOEXCEPT;
 
 /*

@@ -24,9 +24,6 @@ using EntryBody = AppPolicyEntryBody;
 
 // What any type uses of either value lies in the bytes that both have.
 using MatchValue = AclAppMatch2;
-static_assert(sizeof(MatchValue) <= sizeof(AclAppMatch1));
-static_assert(sizeof(MatchValue) == decltype(Body::match2Value)::width);
-static_assert(sizeof(AclAppMatch1) == decltype(Body::match1Value)::width);
 
 // A value as it travels; zero before it is written.
 using EncodedMatch = std::span<std::byte, sizeof(MatchValue)>;
@@ -52,19 +49,18 @@ void encodeAddressAndMask(const MatchValue &value, EncodedMatch bytes) noexcept 
   std::memcpy(bytes.data() + kAddressWidth, value.mac.mask, kAddressWidth);
 }
 
-// Types of matches: a code space of their own, which has nothing to do with the condition codes of
-// rules. A match of any other type is not sent. What removing a policy sends of the first match is
-// less than what applying it does, and that is meant: null for nothing.
+// A match of any other type is not sent. What removing a policy sends of the first match is less
+// than what applying it does, and that is meant: null for nothing.
 struct MatchType {
   std::uint8_t type;
   EncodeMatch applied;
   EncodeMatch unapplied;
 };
 constexpr MatchType kMatchTypes[] = {
-    {26, encodeName, nullptr},
-    {39, encodeWords, encodeWords},
-    {62, encodeAddressAndMask, encodeAddress},
-    {63, encodeAddressAndMask, encodeAddress},
+    {app_match::kName, encodeName, nullptr},
+    {app_match::kWords, encodeWords, encodeWords},
+    {app_match::kMac, encodeAddressAndMask, encodeAddress},
+    {app_match::kMac2, encodeAddressAndMask, encodeAddress},
 };
 
 // Returns how a request encodes values of a type; null when it does not send them.
@@ -73,26 +69,27 @@ EncodeMatch encodingOf(std::uint8_t type, EncodeMatch MatchType::*request) noexc
   return row == std::end(kMatchTypes) ? nullptr : row->*request;
 }
 
-// Where a body keeps a match.
-template <std::size_t Width>
+// Where a body keeps a match whose value is a `Value`.
+template <typename Value>
 struct MatchFields {
   const Field<Body, std::uint8_t> &type;
-  const Field<Body, Bytes<Width>> &value;
+  const Field<Body, Bytes<sizeof(Value)>> &value;
 };
-constexpr MatchFields kMatch1{Body::match1Type, Body::match1Value};
-constexpr MatchFields kMatch2{Body::match2Type, Body::match2Value};
+constexpr MatchFields<AclAppMatch1> kMatch1{Body::match1Type, Body::match1Value};
+constexpr MatchFields<AclAppMatch2> kMatch2{Body::match2Type, Body::match2Value};
 
-template <std::size_t Width>
-void putMatch(BodyWriter<Body> &body, const MatchFields<Width> &fields, std::uint8_t type,
-              const void *value, EncodeMatch MatchType::*request) noexcept {
+template <typename Value>
+void putMatch(BodyWriter<Body> &body, const MatchFields<Value> &fields, std::uint8_t type,
+              const Value &value, EncodeMatch MatchType::*request) noexcept {
+  static_assert(sizeof(Value) >= sizeof(MatchValue));
   const EncodeMatch encode = encodingOf(type, request);
   if (encode == nullptr) return;
   MatchValue native;
-  std::memcpy(&native, value, sizeof(native));
-  std::array<std::byte, Width> bytes{};
-  encode(native, EncodedMatch(bytes.data(), sizeof(MatchValue)));
+  std::memcpy(&native, &value, sizeof(native));
+  std::array<std::byte, sizeof(Value)> bytes{};
+  encode(native, std::span(bytes).template first<sizeof(MatchValue)>());
   body.put(fields.type, type);
-  body.put(fields.value, std::span<const std::byte, Width>(bytes));
+  body.put(fields.value, std::span<const std::byte, sizeof(Value)>(bytes));
 }
 
 // ---- Requests
@@ -116,14 +113,16 @@ void putEntries(BodyWriter<Body> &body, const AclAppPolicyRequest &request) noex
   body.put(Body::entries, std::span<const std::byte, bytes.size()>(bytes));
 }
 
-// Writes what both requests send, after registering the request that is to be answered. Without
-// memory for that the sequence number is 0 and the request is sent all the same: the manager does
-// what it asks for, although the answer then finds nobody to go to.
+// Writes what both requests send, after registering the request that is to be answered. Where that
+// cannot be registered the sequence number is 0 and the request is sent all the same: the manager
+// does what it asks for, although the answer then finds nobody to go to. The other way round, on
+// purpose too, a request whose send fails stays registered: its caller learns of the failure by the
+// result, and nothing takes the registration back.
 void putCommonFields(BodyWriter<Body> &body, std::uint16_t code, const AclAppPolicyRequest &request,
                      const Caller &caller) noexcept {
   const auto kind = static_cast<std::uint8_t>(caller.flags);
   body.put(Body::code, code);
-  body.put(Body::fixedWord, Body::kAppliedPolicies);
+  body.put(Body::fixedWord, Body::kFixedWord);
   // A pending request has one name, which is that of the first rule.
   body.put(Body::seqNo,
            aclLibGetClientSeqNo(caller.appId, code, caller.callerRef, request.entries[0].ruleName,
@@ -147,10 +146,10 @@ void putAppliedFields(BodyWriter<Body> &body, const AclAppPolicyRequest &request
   body.put(Body::policyName, request.policyName);
   body.put(Body::requestWord0, request.requestWord0);
   if (matchCountOf(request) >= 1) {
-    putMatch(body, kMatch1, request.match1Type, &request.match1Value, &MatchType::applied);
+    putMatch(body, kMatch1, request.match1Type, request.match1Value, &MatchType::applied);
   }
   if (matchCountOf(request) >= 2) {
-    putMatch(body, kMatch2, request.match2Type, &request.match2Value, &MatchType::applied);
+    putMatch(body, kMatch2, request.match2Type, request.match2Value, &MatchType::applied);
   }
 }
 
@@ -177,7 +176,7 @@ std::int32_t aclLibUnApplyAppPolicy(const AclAppPolicyRequest *request, std::uin
   acl::BodyWriter<acl::Body> body(bytes);
   acl::putCommonFields(body, acl::kMsgUnapplyAppPolicy, *request, {appId, flags, callerRef});
   // Whatever the number of match values, and no second one, on purpose.
-  acl::putMatch(body, acl::kMatch1, request->match1Type, &request->match1Value,
+  acl::putMatch(body, acl::kMatch1, request->match1Type, request->match1Value,
                 &acl::MatchType::unapplied);
   return aclLibSendMsg(acl::kTlvRequest, bytes.data(), bytes.size());
 }

@@ -6,6 +6,15 @@
 
 namespace acl {
 
+// What the match values of an application policy are. These are codes of their own, which have
+// nothing to do with the condition codes of rules.
+namespace app_match {
+inline constexpr std::uint8_t kName = 26;
+inline constexpr std::uint8_t kWords = 39;  // two of them
+inline constexpr std::uint8_t kMac = 62;    // an address and its mask
+inline constexpr std::uint8_t kMac2 = 63;   // the same
+}  // namespace app_match
+
 // One rule of an application policy.
 struct AppPolicyEntryBody {
   static constexpr std::size_t size = 40;
@@ -23,10 +32,10 @@ struct AppPolicyBody {
   // As many as fit.
   static constexpr std::size_t kMaxEntries = 40;
   // What the manager expects at 8.
-  static constexpr std::uint32_t kAppliedPolicies = 1;
+  static constexpr std::uint32_t kFixedWord = 1;
 
   static constexpr Field<AppPolicyBody, std::uint16_t> code{0, "code"};
-  // Always kAppliedPolicies.
+  // Always kFixedWord.
   static constexpr Field<AppPolicyBody, std::uint32_t> fixedWord{8, "fixedWord"};
   static constexpr Field<AppPolicyBody, std::uint32_t> seqNo{588, "seqNo"};
   static constexpr Field<AppPolicyBody, std::uint8_t> ruleCount{592, "ruleCount"};

@@ -9,7 +9,7 @@
 namespace acl {
 namespace {
 
-// By number; 7 and 8 are to the outside what 1 and 2 are.
+// By number. On purpose, 7 and 8 have the names of 1 and 2, and 0 that of every number without one.
 constexpr const char *kRuleActionNames[] = {"unknown action", "prepend",     "append",
                                             "configure",      "unconfigure", "delete",
                                             "delete all",     "prepend",     "append"};

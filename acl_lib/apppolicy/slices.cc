@@ -7,7 +7,7 @@
 #include "acl_lib.h"
 #include "acl_lib/apppolicy/slice_bodies.h"
 #include "acl_lib/dynrules/request_trace.h"
-#include "acl_lib/encoding/policy_handle.h"
+#include "acl_lib/encoding/results.h"
 #include "acl_lib/transport/message_codes.h"
 #include "platform/process.h"
 
@@ -30,6 +30,7 @@ void traceRequest(const AclSliceRequest &request) noexcept {
 
 extern "C" std::int32_t aclLibSliceConfig(const AclSliceRequest *sliceRequest,
                                           std::uint32_t context) noexcept {
+  // Two refusals that callers can tell apart, on purpose.
   if (sliceRequest == nullptr) return acl::kInvalidArgument;
   if (sliceRequest->appId >= acl::kApplicationCount) return acl::kNoSuchApplication;
   using Body = acl::SliceBody;

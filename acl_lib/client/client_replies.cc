@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 
 #include "acl_lib.h"
 #include "acl_lib/client/pending_requests.h"
@@ -10,8 +9,8 @@
 #include "acl_lib/client/reply_callback.h"
 #include "acl_lib/client/reply_view.h"
 #include "acl_lib/dynrules/request_trace.h"
+#include "acl_lib/encoding/message_body.h"
 #include "acl_lib/transport/message_codes.h"
-#include "acl_lib/transport/shared_word.h"
 #include "platform/process.h"
 
 namespace acl {
@@ -40,19 +39,16 @@ std::array<SeqNoRange, 2> coveredRanges(std::uint32_t first, std::uint32_t last)
   return {SeqNoRange{0, last}, SeqNoRange{first, kHighestPositive}};
 }
 
-using ApplyView = ReplyView<ApplyReplyBody>;
-
-// Answers one request of a reply that may cover more, and forgets it.
-void answerRequest(ApplyView &reply, void *body, AclApplInfo &application, const Answer &answer,
+// Hands a reply to the application as the answer to one request.
+//   cookie  the field of the reply that the request's cookie goes to
+template <typename Body>
+void answerRequest(void *reply, const Field<Body, std::uint32_t> &cookie, const Answer &answer,
                    const PendingRequest &request) noexcept {
-  // A request that takes off what this reply tells about is cancelled, without a word.
-  if (request.code != kMsgUnapplyAppPolicy) {
-    reply.put(ApplyReplyBody::cookie, request.cookie);
-    reply.put(ApplyReplyBody::code, request.code);
-    traceAnswer(answer, request);
-    handToApplication(body);
-  }
-  forgetPendingRequest(application, request);
+  ReplyView<Body> view(reply);
+  view.put(cookie, request.cookie);
+  view.put(Body::code, request.code);
+  traceAnswer(answer, request);
+  handToApplication(reply);
 }
 
 }  // namespace
@@ -63,17 +59,22 @@ extern "C" {
 void aclLibSendClientConfigReply(void *reply) noexcept {
   if (reply == nullptr) return;
   using Body = acl::ApplyReplyBody;
-  acl::ApplyView view(reply);
+  const acl::ReplyView<Body> view(reply);
   const acl::Answer answer{view.get(Body::status), view.get(Body::appId)};
   AclApplInfo *const application = aclLibFindApplInfo(answer.appId, 0);
   if (application == nullptr) return;
-  const acl::RequestFilter filter{view.get(Body::kind), view.get(Body::tag),
-                                  acl::loadShared(aclReqSeqCounter)};
+  const acl::RequestFilter filter{view.get(Body::kind), view.get(Body::tag)};
   for (acl::SeqNoRange range :
        acl::coveredRanges(view.get(Body::firstSeqNo), view.get(Body::lastSeqNo))) {
     // The callback may add and remove requests, so each one is looked up anew by its number.
-    while (const auto request = acl::findPendingRequest(*application, range, filter)) {
-      acl::answerRequest(view, reply, *application, answer, *request);
+    while (true) {
+      const acl::AnswerInFlight inFlight(*application, range, filter);
+      const acl::PendingRequest *const request = inFlight.request();
+      if (request == nullptr) break;
+      // A request that takes off what this reply tells about is cancelled, without a word.
+      if (request->code != acl::kMsgUnapplyAppPolicy) {
+        acl::answerRequest(reply, Body::cookie, answer, *request);
+      }
       if (request->seqNo == range.last) break;
       range.first = request->seqNo + 1;
     }
@@ -83,17 +84,16 @@ void aclLibSendClientConfigReply(void *reply) noexcept {
 void aclLibSendClientUnconfigReply(void *reply) noexcept {
   if (reply == nullptr) return;
   using Body = acl::UnapplyReplyBody;
-  acl::ReplyView<Body> view(reply);
+  const acl::ReplyView<Body> view(reply);
   const acl::Answer answer{view.get(Body::status), view.get(Body::appId)};
   AclApplInfo *const application = aclLibFindApplInfo(answer.appId, 0);
   if (application == nullptr) return;
-  const auto request = acl::findPendingRequest(*application, view.get(Body::seqNo));
-  if (!request) return;
-  view.put(Body::seqNo, request->cookie);
-  view.put(Body::code, request->code);
-  acl::traceAnswer(answer, *request);
-  acl::handToApplication(reply);
-  acl::forgetPendingRequest(*application, *request);
+  const acl::AnswerInFlight inFlight(*application, view.get(Body::seqNo));
+  // This reply names its request, so it is answered whatever its code: here a request that takes
+  // something off is not cancelled without a word.
+  if (const acl::PendingRequest *request = inFlight.request()) {
+    acl::answerRequest(reply, Body::seqNo, answer, *request);
+  }
 }
 
 }  // extern "C"

@@ -11,6 +11,7 @@
 #include "acl_lib/client/reply_handlers.h"
 #include "acl_lib/encoding/byte_order.h"
 #include "acl_lib/encoding/message_body.h"
+#include "acl_lib/transport/manager_connection.h"
 #include "acl_lib/transport/message_codes.h"
 #include "acl_lib/transport/shared_word.h"
 #include "platform/msgbus.h"
@@ -19,13 +20,6 @@
 
 namespace acl {
 namespace {
-
-constexpr char kComponent[] = "acl";
-
-// States that are reported to the process monitor.
-constexpr std::int32_t kWaitingForPeer = 1;
-constexpr std::int32_t kConnected = 2;
-constexpr std::int32_t kRunning = 3;
 
 // Events of the message bus that concern other kinds of clients.
 constexpr std::int32_t kIgnoredEvents[] = {-111, -999};
@@ -36,8 +30,6 @@ bool isIgnored(std::int32_t event) noexcept {
   }
   return false;
 }
-
-constexpr std::uint32_t kPeerPriority = 2;
 
 // A handler may be written for four arguments: the last two are what the loss came with. The
 // calling conventions of all targets let a handler with two arguments not notice the others; that

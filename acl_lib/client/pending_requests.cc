@@ -8,6 +8,7 @@
 #include <mutex>
 
 #include "acl_lib/encoding/message_body.h"
+#include "acl_lib/encoding/results.h"
 #include "acl_lib/transport/shared_word.h"
 #include "platform/kvtree.h"
 
@@ -17,20 +18,21 @@ std::uint32_t aclReqSeqCounter;
 namespace acl {
 namespace {
 
-// Guards the ring, the trees and the counter. Never held across a call out of this file but those
-// of the trees.
+// Guards the ring, the trees, the counter and the list of answers in flight. Never held across a
+// call out of this file but those of the trees.
 constinit std::mutex requestsMutex;
+
+constinit RecordInFlight *firstInFlight = nullptr;
 
 // The records are given away to callers who end them with free().
 struct FreeBlock {
   void operator()(void *block) const noexcept { std::free(block); }
 };
-template <typename Record>
-using Block = std::unique_ptr<Record, FreeBlock>;
+using RequestBlock = std::unique_ptr<AclApplReq, FreeBlock>;
 
 template <typename Record>
-Block<Record> allocateZeroed() noexcept {
-  return Block<Record>(static_cast<Record *>(std::calloc(1, sizeof(Record))));
+Record *allocateZeroed() noexcept {
+  return static_cast<Record *>(std::calloc(1, sizeof(Record)));
 }
 
 AclApplReq *requestOf(KvNode *node) noexcept {
@@ -63,7 +65,7 @@ void linkAtTail(AclApplInfo *application) noexcept {
 
 // The ring's count word stays as it is: it is no part of what this library keeps.
 AclApplInfo *createApplication(std::uint32_t applId) noexcept {
-  AclApplInfo *const application = allocateZeroed<AclApplInfo>().release();
+  auto *const application = allocateZeroed<AclApplInfo>();
   if (application == nullptr) return nullptr;
   application->applId = static_cast<std::uint8_t>(applId);
   linkAtTail(application);
@@ -86,6 +88,16 @@ std::uint32_t nextSeqNo() noexcept {
 
 std::int32_t insertRequest(AclApplReq *request, KvNode **tree) noexcept {
   return kvtreeInsert(request, tree, aclApplReqCmpFuncBySeqNo);
+}
+
+// Every removal goes through here, so that answers in flight learn of it.
+std::int32_t removeRequest(AclApplReq *request, AclApplInfo &application) noexcept {
+  const std::int32_t result = kvtreeDelete(request, &application.requests);
+  if (result != 0) return result;
+  for (RecordInFlight *other = firstInFlight; other != nullptr; other = other->next) {
+    if (other->record == request) other->record = nullptr;
+  }
+  return 0;
 }
 
 AclApplReq *findBySeqNo(KvNode *root, std::uint32_t seqNo) noexcept {
@@ -113,48 +125,51 @@ AclApplReq *nextRequest(AclApplReq *request) noexcept {
   return static_cast<AclApplReq *>(kvtreeNext(request));
 }
 
-// Sequence numbers wrap: those given out since are the ones between the counter then and now.
-bool isRegisteredSince(std::uint32_t lastRegistered, std::uint32_t seqNo) noexcept {
-  const std::uint32_t registeredSince = loadShared(aclReqSeqCounter) - lastRegistered;
-  return seqNo - lastRegistered - 1 < registeredSince;
+AclApplReq *findLowest(KvNode *root, const SeqNoRange &range,
+                       const RequestFilter &filter) noexcept {
+  AclApplReq *request = findFrom(root, range.first);
+  for (; request != nullptr && request->seqNo <= range.last; request = nextRequest(request)) {
+    if (request->kind == filter.kind && request->tag == filter.tag) return request;
+  }
+  return nullptr;
 }
 
-bool passes(const AclApplReq &request, const RequestFilter &filter) noexcept {
-  return request.kind == filter.kind && request.tag == filter.tag &&
-         !isRegisteredSince(filter.lastRegistered, request.seqNo);
-}
-
-PendingRequest describe(const AclApplReq &request) noexcept {
-  return {&request, request.reqCode, request.seqNo, request.cookie};
+// Answers of other threads may have begun since.
+void takeOutOfList(RecordInFlight &ended) noexcept {
+  RecordInFlight **link = &firstInFlight;
+  while (*link != &ended) link = &(*link)->next;
+  *link = ended.next;
 }
 
 }  // namespace
 
-std::optional<PendingRequest> findPendingRequest(const AclApplInfo &application,
-                                                 std::uint32_t seqNo) noexcept {
+AnswerInFlight::AnswerInFlight(AclApplInfo &application, std::uint32_t seqNo) noexcept
+    : application_(application) {
   const std::lock_guard guard(requestsMutex);
-  const AclApplReq *request = findBySeqNo(application.requests, seqNo);
-  if (request == nullptr) return std::nullopt;
-  return describe(*request);
+  begin(findBySeqNo(application.requests, seqNo));
 }
 
-std::optional<PendingRequest> findPendingRequest(const AclApplInfo &application,
-                                                 const SeqNoRange &range,
-                                                 const RequestFilter &filter) noexcept {
+AnswerInFlight::AnswerInFlight(AclApplInfo &application, const SeqNoRange &range,
+                               const RequestFilter &filter) noexcept
+    : application_(application) {
   const std::lock_guard guard(requestsMutex);
-  AclApplReq *request = findFrom(application.requests, range.first);
-  for (; request != nullptr && request->seqNo <= range.last; request = nextRequest(request)) {
-    if (passes(*request, filter)) return describe(*request);
-  }
-  return std::nullopt;
+  begin(findLowest(application.requests, range, filter));
 }
 
-void forgetPendingRequest(AclApplInfo &application, const PendingRequest &request) noexcept {
+void AnswerInFlight::begin(AclApplReq *record) noexcept {
+  if (record == nullptr) return;
+  request_ = {record->reqCode, record->seqNo, record->cookie};
+  found_ = true;
+  inFlight_ = {record, firstInFlight};
+  firstInFlight = &inFlight_;
+}
+
+AnswerInFlight::~AnswerInFlight() {
+  if (!found_) return;
   const std::lock_guard guard(requestsMutex);
-  // The program may have removed it, and even registered another one of the same number.
-  AclApplReq *const present = findBySeqNo(application.requests, request.seqNo);
-  if (present == nullptr || present != request.record) return;
-  if (kvtreeDelete(present, &application.requests) == 0) std::free(present);
+  takeOutOfList(inFlight_);
+  AclApplReq *const record = inFlight_.record;
+  if (record != nullptr && removeRequest(record, application_) == 0) std::free(record);
 }
 
 }  // namespace acl
@@ -178,7 +193,7 @@ std::uint32_t aclLibGetClientSeqNo(std::uint32_t applId, std::int32_t reqCode, s
   const std::lock_guard guard(acl::requestsMutex);
   AclApplInfo *const application = acl::findOrCreateApplication(applId);
   if (application == nullptr) return 0;
-  acl::Block<AclApplReq> request = acl::allocateZeroed<AclApplReq>();
+  acl::RequestBlock request(acl::allocateZeroed<AclApplReq>());
   if (request == nullptr) return 0;
   request->seqNo = acl::nextSeqNo();
   request->reqCode = static_cast<std::uint16_t>(reqCode);
@@ -199,14 +214,15 @@ std::int32_t aclApplReqCmpFuncBySeqNo(const void *a, const void *b) noexcept {
 }
 
 std::int32_t aclInsertApplReq(AclApplReq *req, KvNode **tree) noexcept {
+  if (req == nullptr || tree == nullptr) return acl::kInvalidArgument;
   const std::lock_guard guard(acl::requestsMutex);
   return acl::insertRequest(req, tree);
 }
 
 std::int32_t aclDeleteApplReq(AclApplReq *req, AclApplInfo *applInfo) noexcept {
-  if (applInfo == nullptr) return -2;
+  if (applInfo == nullptr) return acl::kInvalidArgument;
   const std::lock_guard guard(acl::requestsMutex);
-  return kvtreeDelete(req, &applInfo->requests);
+  return acl::removeRequest(req, *applInfo);
 }
 
 AclApplReq *aclFindFirstApplReq(AclApplInfo *applInfo) noexcept {
@@ -216,12 +232,14 @@ AclApplReq *aclFindFirstApplReq(AclApplInfo *applInfo) noexcept {
 }
 
 AclApplReq *aclFindNextApplReq(AclApplReq *req) noexcept {
+  if (req == nullptr) return nullptr;
   const std::lock_guard guard(acl::requestsMutex);
   return acl::nextRequest(req);
 }
 
 AclApplReq *aclFindApplReqBySeqNo(std::uint32_t /*ignored*/, std::uint32_t seqNo,
                                   KvNode **tree) noexcept {
+  if (tree == nullptr) return nullptr;
   const std::lock_guard guard(acl::requestsMutex);
   return acl::findBySeqNo(*tree, seqNo);
 }

@@ -6,7 +6,6 @@
 #define ACL_LIB_CLIENT_PENDING_REQUESTS_H
 
 #include <cstdint>
-#include <optional>
 
 #include "acl_lib.h"
 
@@ -14,7 +13,6 @@ namespace acl {
 
 // What an answer needs to know of a pending request.
 struct PendingRequest {
-  const AclApplReq *record;  // tells it from another one; may be gone, never read through
   std::uint16_t code;
   std::uint32_t seqNo;
   std::uint32_t cookie;
@@ -29,22 +27,46 @@ struct SeqNoRange {
 struct RequestFilter {
   std::uint8_t kind;
   std::uint32_t tag;
-  // aclReqSeqCounter when the reply came: requests that were registered since are not meant.
-  std::uint32_t lastRegistered;
 };
 
-// Returns the request of a sequence number, nothing when there is none. Any thread.
-std::optional<PendingRequest> findPendingRequest(const AclApplInfo &application,
-                                                 std::uint32_t seqNo) noexcept;
+// A record that is being answered. All of them form a list, by which whoever removes a record tells
+// those who are answering it.
+struct RecordInFlight {
+  AclApplReq *record;  // null when there is none, and as soon as it is removed
+  RecordInFlight *next;
+};
 
-// Returns the request of the lowest sequence number in a range that a filter lets pass, nothing
-// when there is none. Requests outside the range are not visited. Any thread.
-std::optional<PendingRequest> findPendingRequest(const AclApplInfo &application,
-                                                 const SeqNoRange &range,
-                                                 const RequestFilter &filter) noexcept;
+// The answer to one pending request, from finding the request to forgetting it. Any thread.
+//
+// In between the callback may do anything: remove and free the record, answer it again, even link
+// the same block again as another request of the same number. So only a record that nobody has
+// removed since is removed and freed in the end.
+class AnswerInFlight {
+ public:
+  // Finds the request of a sequence number. The application must outlive the answer.
+  AnswerInFlight(AclApplInfo &application, std::uint32_t seqNo) noexcept;
 
-// Removes a request and frees its record; ignored when it is not pending any more. Any thread.
-void forgetPendingRequest(AclApplInfo &application, const PendingRequest &request) noexcept;
+  // Finds the request of the lowest sequence number in a range that a filter lets pass. Requests
+  // outside the range are not visited.
+  AnswerInFlight(AclApplInfo &application, const SeqNoRange &range,
+                 const RequestFilter &filter) noexcept;
+
+  // Removes the request and frees its record, unless it has been removed since.
+  ~AnswerInFlight();
+  AnswerInFlight(const AnswerInFlight &) = delete;
+  AnswerInFlight &operator=(const AnswerInFlight &) = delete;
+
+  // The request as it was found, whatever became of it; null when none was found.
+  const PendingRequest *request() const noexcept { return found_ ? &request_ : nullptr; }
+
+ private:
+  void begin(AclApplReq *record) noexcept;
+
+  AclApplInfo &application_;
+  RecordInFlight inFlight_{};
+  PendingRequest request_{};
+  bool found_ = false;
+};
 
 }  // namespace acl
 

@@ -1,10 +1,10 @@
 #include "acl_lib/client/reply_handlers.h"
 
 #include <algorithm>
-#include <array>
-#include <cstring>
+#include <cstddef>
+#include <cstdint>
 #include <iterator>
-#include <string_view>
+#include <span>
 
 #include "acl_lib.h"
 #include "acl_lib/client/reply_view.h"
@@ -16,23 +16,6 @@
 
 namespace acl {
 namespace {
-
-// A name of a reply, which may lack its NUL, as the library's calls take names.
-class EndedName {
- public:
-  explicit EndedName(const char *characters) noexcept {
-    copyText(name_.data(), name_.size(), characters);
-  }
-  const char *text() const noexcept { return reinterpret_cast<const char *>(name_.data()); }
-
- private:
-  std::array<std::byte, kNameWidth> name_;
-};
-
-// The first of the two arguments of "%.*s"; the second is where the text lies.
-int lengthOf(std::string_view text) noexcept {
-  return static_cast<int>(text.size());
-}
 
 template <typename Body>
 bool failed(const ReplyView<Body> &reply) noexcept {
@@ -52,13 +35,13 @@ void dropPolicy(const char *name) noexcept {
   const AclPolicyHandle policy = aclFindPolicy(name);
   if (policy != 0) aclBtreeDeletePolicy(policy);
   aclBtreeUnlock();
-  destroyPolicy(reinterpret_cast<AclPolicy *>(policy));
+  if (policy != 0) destroyPolicy(reinterpret_cast<AclPolicy *>(policy));
 }
 
-void handleDeletePolicy(void *body) {
+void handleDeletePolicy(void *body) noexcept {
   using Body = DeletePolicyReplyBody;
   const ReplyView<Body> reply(body);
-  if (!failed(reply)) dropPolicy(EndedName(reply.textAt(Body::policyName)).text());
+  if (!failed(reply)) dropPolicy(reply.get(Body::policyName).text());
 }
 
 // ---- Dynamic rules
@@ -66,28 +49,26 @@ void handleDeletePolicy(void *body) {
 // Puts the name of the rule that a failure is about where the application looks for it.
 template <typename Body>
 void nameFailedRule(ReplyView<Body> &reply) noexcept {
-  if (failed(reply)) reply.put(Body::failedRuleName, reply.textAt(Body::ruleName));
+  if (failed(reply)) reply.put(Body::failedRuleName, reply.get(Body::ruleName).text());
 }
 
-void handleAddDynRule(void *body) {
+void handleAddDynRule(void *body) noexcept {
   using Body = DynRuleReplyBody;
   ReplyView<Body> reply(body);
   nameFailedRule(reply);
   aclTrace(kRequestTraceLevel,
-           Sprintf("Reply: Add dynamic rule \"%.*s\" returned status \"%s\" from ACL manager\n",
-                   lengthOf(reply.get(Body::ruleName)), reply.textAt(Body::ruleName),
-                   statusText(reply)));
+           Sprintf("Reply: Add dynamic rule \"%s\" returned status \"%s\" from ACL manager\n",
+                   reply.get(Body::ruleName).text(), statusText(reply)));
 }
 
 // Its line says "returned" where those of the others say "returned status".
-void handleDeleteDynRule(void *body) {
+void handleDeleteDynRule(void *body) noexcept {
   using Body = DynRuleReplyBody;
   ReplyView<Body> reply(body);
   nameFailedRule(reply);
   aclTrace(kRequestTraceLevel,
-           Sprintf("Reply: Delete dynamic rule \"%.*s\" returned \"%s\" from ACL manager\n",
-                   lengthOf(reply.get(Body::ruleName)), reply.textAt(Body::ruleName),
-                   statusText(reply)));
+           Sprintf("Reply: Delete dynamic rule \"%s\" returned \"%s\" from ACL manager\n",
+                   reply.get(Body::ruleName).text(), statusText(reply)));
 }
 
 void traceBinding(const ReplyView<DynRuleBindingReplyBody> &reply, const char *action,
@@ -95,12 +76,12 @@ void traceBinding(const ReplyView<DynRuleBindingReplyBody> &reply, const char *a
   using Body = DynRuleBindingReplyBody;
   const std::uint32_t port = reply.get(Body::port);
   aclTrace(kRequestTraceLevel,
-           Sprintf("Reply: %s dynamic Rule \"%.*s\" %s vlan = %d, port %d:%d, drIndex = %d, "
+           Sprintf("Reply: %s dynamic Rule \"%s\" %s vlan = %d, port %d:%d, drIndex = %d, "
                    "priority = %d, direction = %d returned status \"%s\" from ACL manager\n",
-                   action, lengthOf(reply.get(Body::ruleName)), reply.textAt(Body::ruleName),
-                   preposition, reply.get(Body::vlan), static_cast<int>(slotOf(port)),
-                   static_cast<int>(portNumberOf(port)), reply.get(Body::ruleIndex),
-                   reply.get(Body::priority), reply.get(Body::direction), statusText(reply)));
+                   action, reply.get(Body::ruleName).text(), preposition, reply.get(Body::vlan),
+                   static_cast<int>(slotOf(port)), static_cast<int>(portNumberOf(port)),
+                   reply.get(Body::ruleIndex), reply.get(Body::priority),
+                   reply.get(Body::direction), statusText(reply)));
 }
 
 void copyDescription(std::span<const std::byte, RuleDescriptionBody::size> description) noexcept {
@@ -108,7 +89,7 @@ void copyDescription(std::span<const std::byte, RuleDescriptionBody::size> descr
   aclLibCopyDynRule(&entry, 0, 0);
 }
 
-void handleConfigDynRule(void *body) {
+void handleConfigDynRule(void *body) noexcept {
   ReplyView<DynRuleBindingReplyBody> reply(body);
   // Also when the rule could not be configured: the manager describes what it knows.
   copyDescription(reply.get(DynRuleBindingReplyBody::description));
@@ -116,7 +97,7 @@ void handleConfigDynRule(void *body) {
   traceBinding(reply, "Config", "to");
 }
 
-void handleUnconfigDynRule(void *body) {
+void handleUnconfigDynRule(void *body) noexcept {
   ReplyView<DynRuleBindingReplyBody> reply(body);
   nameFailedRule(reply);
   traceBinding(reply, "Unconfigure", "from");
@@ -124,31 +105,31 @@ void handleUnconfigDynRule(void *body) {
 
 // ---- Rules of applications
 
-void handleConfigAppRule(void *body) {
+void handleConfigAppRule(void *body) noexcept {
   using Body = AppRuleReplyBody;
   const ReplyView<Body> reply(body);
+  // Whatever the status: a reply that describes no rule takes the rule away, failure or not.
   const auto description = reply.get(Body::description);
   const bool isDescribed =
       !BodyReader<RuleDescriptionBody>(description).get(RuleDescriptionBody::name).empty();
   if (isDescribed) {
     copyDescription(description);
   } else {
-    aclLibDeleteRule(EndedName(reply.textAt(Body::ruleName)).text());
+    aclLibDeleteRule(reply.get(Body::ruleName).text());
   }
 }
 
-void handleRuleValidity(void *body) {
+void handleRuleValidity(void *body) noexcept {
   using Body = RuleValidityReplyBody;
   const ReplyView<Body> reply(body);
-  aclTrace(kRequestTraceLevel, Sprintf("Reply for verifying %s %.*s : %s\n",
+  aclTrace(kRequestTraceLevel, Sprintf("Reply for verifying %s %s : %s\n",
                                        reply.get(Body::policyFlag) != 0 ? "policy" : "dynamic rule",
-                                       lengthOf(reply.get(Body::ruleName)),
-                                       reply.textAt(Body::ruleName), statusText(reply)));
+                                       reply.get(Body::ruleName).text(), statusText(reply)));
 }
 
 // ---- Pending requests of applications
 
-void handleApply(void *body) {
+void handleApply(void *body) noexcept {
   using Body = ApplyReplyBody;
   // Before the callback gets the reply and may change it.
   const std::int16_t status = ReplyView<Body>(body).get(Body::status);
@@ -158,22 +139,21 @@ void handleApply(void *body) {
            Sprintf("Reply for applying set of rules and policies : %s\n", aclStatusText(status)));
 }
 
-void handleUnapply(void *body) {
+void handleUnapply(void *body) noexcept {
   aclLibSendClientUnconfigReply(body);
 }
 
 // ---- Counters
 
-void handleCounter(void *body) {
+void handleCounter(void *body) noexcept {
   using Body = CounterReplyBody;
   const ReplyView<Body> reply(body);
   const unsigned long long value =
       static_cast<unsigned long long>(reply.get(Body::valueHigh)) << 32 | reply.get(Body::valueLow);
   // The two blanks are part of the text.
-  aclTrace(kRequestTraceLevel,
-           Sprintf("Reply: counter get Response  counter name \"%.*s\" "
-                   "returned \"%llu\" from ACL manager\n",
-                   lengthOf(reply.get(Body::counterName)), reply.textAt(Body::counterName), value));
+  aclTrace(kRequestTraceLevel, Sprintf("Reply: counter get Response  counter name \"%s\" "
+                                       "returned \"%llu\" from ACL manager\n",
+                                       reply.get(Body::counterName).text(), value));
 }
 
 // ---- Slices
@@ -186,7 +166,7 @@ const char *sliceTypeName(std::uint32_t type) noexcept {
   return type < std::size(kSliceTypeNames) ? kSliceTypeNames[type] : "unknown";
 }
 
-void handleSlice(void *body) {
+void handleSlice(void *body) noexcept {
   using Body = SliceReplyBody;
   ReplyView<Body> reply(body);
   const bool isUnreserve = reply.get(Body::unreserve) != 0;
@@ -194,6 +174,7 @@ void handleSlice(void *body) {
     reply.put(Body::failedAction, isUnreserve ? "unreserve" : "reserve");
     reply.put(Body::failedSliceType, sliceTypeName(reply.get(Body::sliceType)));
   }
+  // "Error" also for the status that elsewhere reads "Pending".
   aclTrace(kRequestTraceLevel,
            Sprintf("Reply: Slice %s returned %s\n", isUnreserve ? "Unreserve" : "Reserve",
                    failed(reply) ? "Error" : "Success"));
@@ -202,7 +183,7 @@ void handleSlice(void *body) {
 // ---- The table
 
 template <typename Body>
-constexpr ReplyHandler row(std::uint16_t code, void (*handle)(void *body),
+constexpr ReplyHandler row(std::uint16_t code, void (*handle)(void *body) noexcept,
                            AfterReply after = AfterReply::kCallback) noexcept {
   return {code, Body::handledSize, after, handle};
 }
@@ -224,7 +205,7 @@ static_assert(std::ranges::all_of(kHandlers, [](const ReplyHandler &handler) {
   return handler.handledSize <= kLargestHandledSize;
 }));
 
-void handleNothing(void * /*body*/) {}
+void handleNothing(void * /*body*/) noexcept {}
 
 // What every callback may read of a reply: its code and its status.
 constexpr std::size_t kCodeAndStatus = kStatusOffset + kStatusWidth;

@@ -18,7 +18,7 @@ struct ReplyHandler {
   std::uint16_t code;
   std::uint16_t handledSize;  // bytes that must be there
   AfterReply after;
-  void (*handle)(void *body);  // updates the local tables, fills the body in, traces
+  void (*handle)(void *body) noexcept;  // updates the local tables, fills the body in, traces
 };
 
 // No row's handledSize is larger.

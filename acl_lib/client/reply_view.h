@@ -2,17 +2,29 @@
 #ifndef ACL_LIB_CLIENT_REPLY_VIEW_H
 #define ACL_LIB_CLIENT_REPLY_VIEW_H
 
+#include <array>
 #include <cassert>
 #include <concepts>
 #include <cstddef>
-#include <cstring>
 #include <span>
-#include <string_view>
 
 #include "acl_lib/encoding/byte_order.h"
 #include "acl_lib/encoding/message_body.h"
 
 namespace acl {
+
+// A name of a reply, which may lack its NUL, as the library's calls and trace lines take names:
+// ended, and of 32 characters at most.
+class EndedName {
+ public:
+  explicit EndedName(const std::byte *field) noexcept {
+    copyText(name_.data(), name_.size(), reinterpret_cast<const char *>(field));
+  }
+  const char *text() const noexcept { return reinterpret_cast<const char *>(name_.data()); }
+
+ private:
+  std::array<std::byte, kNameWidth> name_;
+};
 
 // Of a reply, only the first Body::handledSize bytes need be there (reply_bodies.h); no field that
 // ends behind them may be used.
@@ -27,22 +39,11 @@ class ReplyView {
     return loadBig<Value>(at(field));
   }
 
-  // The text up to its NUL, or the whole field when there is none.
-  template <std::size_t Width>
-  std::string_view get(const Field<Body, Text<Width>> &field) const noexcept {
-    const char *text = textAt(field);
-    return {text, ::strnlen(text, Width)};
-  }
+  EndedName get(const Field<Body, Name> &field) const noexcept { return EndedName(at(field)); }
 
   template <std::size_t Width>
   std::span<const std::byte, Width> get(const Field<Body, Bytes<Width>> &field) const noexcept {
     return std::span<const std::byte, Width>(at(field), Width);
-  }
-
-  // The characters of a text, of which a NUL may be missing.
-  template <std::size_t Width>
-  const char *textAt(const Field<Body, Text<Width>> &field) const noexcept {
-    return reinterpret_cast<const char *>(at(field));
   }
 
   template <std::integral Value>

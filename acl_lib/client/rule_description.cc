@@ -4,17 +4,17 @@
 #include <cstring>
 #include <iterator>
 
+#include "acl_lib/client/rule_table.h"
+#include "acl_lib/encoding/byte_order.h"
+
 namespace acl {
 namespace {
 
-// The type of a term whose match data are two numbers, a value and a mask. Other data are bytes.
-constexpr std::uint32_t kValueUnderMask = 3;
-
-// Turns two numbers of the wire into those of the host.
-void copyNumbers(std::uint8_t *matchData, const std::byte *bytes) noexcept {
-  const std::uint32_t numbers[] = {loadBig<std::uint32_t>(bytes),
-                                   loadBig<std::uint32_t>(bytes + sizeof(std::uint32_t))};
-  std::memcpy(matchData, numbers, sizeof(numbers));
+// Turns the two numbers of the wire into those of the host.
+void copyValueAndMask(std::uint8_t *matchData, const std::byte *bytes) noexcept {
+  const ValueAndMask numbers{loadBig<std::uint32_t>(bytes + offsetof(ValueAndMask, value)),
+                             loadBig<std::uint32_t>(bytes + offsetof(ValueAndMask, mask))};
+  std::memcpy(matchData, &numbers, sizeof(numbers));
 }
 
 AclRuleTerm decodeTerm(std::span<const std::byte, RuleTermBody::size> bytes) noexcept {
@@ -26,7 +26,8 @@ AclRuleTerm decodeTerm(std::span<const std::byte, RuleTermBody::size> bytes) noe
   term.type = body.get(Body::type);
   term.wildcard = body.get(Body::wildcard);
   std::memcpy(term.matchData, matchData.data(), sizeof(term.matchData));
-  if (term.type == kValueUnderMask) copyNumbers(term.matchData, matchData.data());
+  // Other data are bytes, not numbers.
+  if (term.type == kMatchValue) copyValueAndMask(term.matchData, matchData.data());
   term.prefixLen = body.get(Body::prefixLen);
   return term;
 }

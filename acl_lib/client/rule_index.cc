@@ -19,8 +19,9 @@ constexpr std::size_t kNameLength = kNameWidth - 1;
 constinit AclClientEntry *coveredFirst = nullptr;
 constinit KvNode *root = nullptr;
 
-// Places that an entry at either end of the ring leaves free beside it. As many rules as the table
-// can count fit in, so that adding at the ends never moves an entry.
+// How far from its neighbour an entry at either end of the ring is placed where there is room. At
+// this distance the 2^31 rules that the table can count take half of the circle, so a table that
+// only grows at its ends never moves an entry.
 constexpr std::uint64_t kStep = std::uint64_t{1} << 32;
 
 IndexPart &partOf(AclClientEntry *entry) noexcept {
@@ -94,11 +95,12 @@ std::uint64_t distance(AclClientEntry *left, AclClientEntry *right) noexcept {
 }
 
 // Moves `right` and as many of its followers as it takes to leave free places behind `left`: up to
-// the first whose distance from `left` is more than the square of the number of steps to it.
+// the first whose distance from `left` is more than the square of the number of steps to it. That
+// is `left` itself at the latest, which is a whole circle away.
 void makeRoom(AclClientEntry *left, AclClientEntry *right) noexcept {
   std::uint64_t steps = 1;
   AclClientEntry *end = right;
-  while (end != left && distance(left, end) <= steps * steps) {
+  while (distance(left, end) <= steps * steps) {
     end = end->next;
     ++steps;
   }
@@ -115,7 +117,9 @@ void choosePlace(AclClientEntry *entry, bool isFirst) noexcept {
   AclClientEntry *const right = entry->next;
   if (distance(left, right) < 2) makeRoom(left, right);
   const std::uint64_t step = std::min(distance(left, right) / 2, kStep);
-  // Before the first entry there is as much room as behind the last one: the same.
+  // The first and the last entry are neighbours too. A new first one is placed at the end of the
+  // gap between them, and a new last one at its beginning, so that either leaves room for the
+  // other.
   placeOf(entry) = isFirst ? placeOf(right) - step : placeOf(left) + step;
 }
 

@@ -1,10 +1,10 @@
 #include "acl_lib/client/rule_table.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 #include "acl_lib/client/rule_index.h"
 #include "acl_lib/transport/shared_word.h"
@@ -17,13 +17,6 @@ namespace {
 
 constinit std::mutex tableMutex;
 
-// Values of AclRuleTerm::type beside the actions.
-constexpr std::uint32_t kMatchValue = 3;
-constexpr std::uint32_t kMatchIpv6Prefix = 4;
-
-// Value and mask are the first two words of a term's data.
-constexpr std::size_t kValueAndMaskSize = 8;
-
 // aclLibCreateRule() places an entry before the reference for this position only.
 constexpr std::int32_t kBefore = 1;
 
@@ -33,6 +26,18 @@ void setFirst(AclClientEntry *entry) noexcept {
 
 void setCount(std::int32_t count) noexcept {
   storeShared(gClientEntryList.count, count);
+}
+
+// Wraps: a program may have written any number there.
+void addToCount(std::int32_t difference) noexcept {
+  setCount(static_cast<std::int32_t>(static_cast<std::uint32_t>(gClientEntryList.count) +
+                                     static_cast<std::uint32_t>(difference)));
+}
+
+// Whatever deletes rules asks this first. The count is the program's too: it decides, even where it
+// contradicts the ring.
+bool canDelete() noexcept {
+  return gClientEntryList.count != 0;
 }
 
 // A null name stands for the first entry.
@@ -58,7 +63,7 @@ void insert(AclClientEntry *entry, AclClientEntry *reference, std::int32_t posit
   } else {
     linkBefore(entry, reference->next);
   }
-  setCount(gClientEntryList.count + 1);
+  addToCount(1);
   addToIndex(entry);
 }
 
@@ -70,7 +75,8 @@ void remove(AclClientEntry *entry) noexcept {
   entry->prev->next = entry->next;
   entry->next->prev = entry->prev;
   std::free(entry);
-  setCount(gClientEntryList.count - 1);
+  addToCount(-1);
+  // Here too the count decides.
   if (gClientEntryList.count == 0) setFirst(nullptr);
 }
 
@@ -94,7 +100,7 @@ AclRuleTerm usedPartOf(const AclRuleTerm &term) noexcept {
   part.type = term.type;
   if (term.type == kMatchValue) {
     part.wildcard = term.wildcard;
-    std::memcpy(part.matchData, term.matchData, kValueAndMaskSize);
+    std::memcpy(part.matchData, term.matchData, sizeof(ValueAndMask));
   } else if (term.type == kMatchIpv6Prefix) {
     part.wildcard = term.wildcard;
     std::memcpy(part.matchData, term.matchData, sizeof(part.matchData));
@@ -121,6 +127,7 @@ void countHit(AclClientEntry &entry, std::uint32_t action) noexcept {
 
 std::optional<DeletedRule> deleteRuleOrFirst(const char *name) noexcept {
   const RuleTableLock lock;
+  if (!canDelete()) return std::nullopt;
   AclClientEntry *entry = findEntryOrFirst(name);
   if (entry == nullptr) entry = gClientEntryList.first;
   if (entry == nullptr) return std::nullopt;
@@ -166,6 +173,7 @@ std::int32_t aclLibCreateRule(const char *name, const char *refName,
   acl::copyText(reinterpret_cast<std::byte *>(entry->name), sizeof(entry->name), name);
   const acl::RuleTableLock lock;
   AclClientEntry *reference = nullptr;
+  // The first rule needs no reference: whatever is given is not looked at.
   if (gClientEntryList.first != nullptr) {
     reference = acl::findEntryOrFirst(refName);
     if (reference == nullptr) {
@@ -180,8 +188,7 @@ std::int32_t aclLibCreateRule(const char *name, const char *refName,
 
 void aclLibDeleteRule(const char *name) noexcept {
   const acl::RuleTableLock lock;
-  // The count is the program's too: it decides, even where it contradicts the ring.
-  if (gClientEntryList.count == 0) return;
+  if (!acl::canDelete()) return;
   if (name == nullptr) {
     acl::removeAll();
   } else if (AclClientEntry *entry = acl::findEntry(name)) {
@@ -212,6 +219,7 @@ std::int32_t aclLibCopyRuleToDisplay(char *buf) noexcept {
     count = gClientEntryList.count;
   }
   if (count < 1) return std::snprintf(buf, kDisplaySize, "not set");
+  // Of a text that does not fit, the length uncut.
   return std::snprintf(buf, kDisplaySize, "%d Dynamic %s configured", count,
                        count == 1 ? "rule" : "rules");
 }

@@ -16,8 +16,9 @@ namespace {
 constexpr std::uint8_t kEgress = 1;
 constexpr std::uint32_t kMaxPorts = 2;
 
-// Results of a question that is not asked. The second is a status of the manager.
-constexpr std::int32_t kRefused = -1;
+// Results of a question that is not asked, beside kInvalidArgument for ports that are not there.
+// The second is a status of the manager.
+constexpr std::int32_t kNoRuleOrTooManyPorts = -1;
 constexpr std::int32_t kEgressNotSupported = -31;
 
 }  // namespace
@@ -33,18 +34,18 @@ std::int32_t aclEgressSupported(std::uint32_t /*x*/) noexcept {
 std::int32_t aclLibCheckRuleValidity(const AclRuleRecord *rule, const std::uint8_t *ports,
                                      std::uint32_t portCount, std::uint32_t arg,
                                      std::uint32_t cookie) noexcept {
-  if (rule == nullptr) return acl::kRefused;
+  if (rule == nullptr) return acl::kNoRuleOrTooManyPorts;
   // The switch's platform is asked for, although the answer depends on the card alone.
   if (rule->direction == acl::kEgress && aclEgressSupported(boardGetPlatformId()) == 0) {
     return acl::kEgressNotSupported;
   }
-  if (portCount > acl::kMaxPorts) return acl::kRefused;
+  if (portCount > acl::kMaxPorts) return acl::kNoRuleOrTooManyPorts;
   if (ports == nullptr && portCount != 0) return acl::kInvalidArgument;
   using Body = acl::RuleValidityBody;
   std::array<std::byte, Body::size> bytes;
   acl::BodyWriter<Body> body(bytes);
   body.put(Body::code, acl::kMsgCheckRuleValidity);
-  body.put(Body::fixedWord, Body::kValidityWord);
+  body.put(Body::fixedWord, Body::kFixedWord);
   body.put(Body::cookie, cookie);
   body.put(Body::argument, static_cast<std::uint16_t>(arg));
   body.put(Body::ruleName, rule->ruleName);

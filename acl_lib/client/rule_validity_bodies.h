@@ -10,10 +10,10 @@ namespace acl {
 struct RuleValidityBody {
   static constexpr std::size_t size = 640;
   // What the manager expects at 8.
-  static constexpr std::uint32_t kValidityWord = 9;
+  static constexpr std::uint32_t kFixedWord = 9;
 
   static constexpr Field<RuleValidityBody, std::uint16_t> code{0, "code"};
-  // Always kValidityWord.
+  // Always kFixedWord.
   static constexpr Field<RuleValidityBody, std::uint32_t> fixedWord{8, "fixedWord"};
   static constexpr Field<RuleValidityBody, std::uint32_t> cookie{588, "cookie"};
   static constexpr Field<RuleValidityBody, std::uint16_t> argument{592, "argument"};

@@ -1,9 +1,11 @@
 // The texts of the statuses in the ACL manager's answers.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <iterator>
 
 #include "acl_lib.h"
@@ -63,6 +65,9 @@ constexpr StatusText kStatusTexts[] = {
     {0, "OK"},
     {1, "Pending"},
 };
+
+static_assert(std::ranges::adjacent_find(kStatusTexts, std::ranges::greater_equal{},
+                                         &StatusText::status) == std::end(kStatusTexts));
 
 constexpr int kLowestStatus = std::begin(kStatusTexts)->status;
 constexpr int kHighestStatus = std::rbegin(kStatusTexts)->status;

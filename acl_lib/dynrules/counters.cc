@@ -7,7 +7,7 @@
 #include "acl_lib.h"
 #include "acl_lib/dynrules/counter_bodies.h"
 #include "acl_lib/dynrules/request_trace.h"
-#include "acl_lib/encoding/policy_handle.h"
+#include "acl_lib/encoding/results.h"
 #include "acl_lib/transport/message_codes.h"
 #include "platform/process.h"
 
@@ -22,7 +22,7 @@ struct Counter {
   std::uint32_t vlan, port, direction, appId;
 };
 
-// Asking for a counter and clearing it send the same.
+// The request that asks for a counter, or the one that clears it: they differ in their code alone.
 CounterRequest counterRequest(std::uint16_t code, const Counter &counter,
                               std::uint32_t context) noexcept {
   using Body = CounterBody;
@@ -52,8 +52,14 @@ std::int32_t aclLibGetDynRuleCounter(const char *ruleName, const char *counterNa
                                      std::uint32_t vlan, std::uint32_t port,
                                      std::uint32_t direction, std::uint32_t appId,
                                      std::uint32_t context) noexcept {
-  const auto request = acl::counterRequest(
-      acl::kMsgGetDynRuleCounter, {ruleName, counterName, vlan, port, direction, appId}, context);
+  const auto request = acl::counterRequest(acl::kMsgGetDynRuleCounter,
+                                           {.ruleName = ruleName,
+                                            .counterName = counterName,
+                                            .vlan = vlan,
+                                            .port = port,
+                                            .direction = direction,
+                                            .appId = appId},
+                                           context);
   // Two blanks before "direction", and the direction whole: what is sent of it is its low byte.
   aclTrace(
       acl::kRequestTraceLevel,
@@ -68,8 +74,12 @@ std::int32_t aclLibClearCounter(const AclCounterClearRecord *record,
                                 std::uint32_t context) noexcept {
   if (record == nullptr) return acl::kInvalidArgument;
   const auto request = acl::counterRequest(acl::kMsgClearCounter,
-                                           {record->ruleName, record->counterName, record->vlan,
-                                            record->port, record->direction, record->appId},
+                                           {.ruleName = record->ruleName,
+                                            .counterName = record->counterName,
+                                            .vlan = record->vlan,
+                                            .port = record->port,
+                                            .direction = record->direction,
+                                            .appId = record->appId},
                                            context);
   // The names are shifted against the words before them, and the counter's stands twice: readers of
   // traces know the line so.

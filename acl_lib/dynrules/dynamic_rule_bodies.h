@@ -12,13 +12,13 @@ struct DynRuleBody {
   // Bytes of an encoded rule that a request carries, whatever the rule's own length.
   static constexpr std::size_t kEncodedRuleSize = 816;
   // What the manager expects at 632.
-  static constexpr std::uint32_t kAddedRules = 1;
+  static constexpr std::uint32_t kFixedWord = 1;
 
   static constexpr Field<DynRuleBody, std::uint16_t> code{0, "code"};
   static constexpr Field<DynRuleBody, std::uint32_t> context{588, "context"};
   static constexpr Field<DynRuleBody, Name> ruleName{592, "ruleName"};
   static constexpr Field<DynRuleBody, std::uint32_t> appId{628, "appId"};
-  // Always kAddedRules.
+  // Always kFixedWord.
   static constexpr Field<DynRuleBody, std::uint32_t> fixedWord{632, "fixedWord"};
   static constexpr Field<DynRuleBody, Bytes<kEncodedRuleSize>> encodedRule{640, "encodedRule"};
 

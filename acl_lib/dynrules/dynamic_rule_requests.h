@@ -26,7 +26,9 @@ inline DynRuleRequest addDynRuleRequest(const char *ruleName, const void *encode
   body.put(Body::context, context);
   body.put(Body::ruleName, ruleName);
   body.put(Body::appId, appId);
-  body.put(Body::fixedWord, Body::kAddedRules);
+  body.put(Body::fixedWord, Body::kFixedWord);
+  // All of the field, whatever the rule's own length: what follows the rule in the caller's memory
+  // travels with it.
   body.put(Body::encodedRule,
            std::span<const std::byte, Body::kEncodedRuleSize>(
                static_cast<const std::byte *>(encodedRule), Body::kEncodedRuleSize));
@@ -44,8 +46,8 @@ inline DynRuleRequest deleteDynRuleRequest(const char *ruleName, std::uint32_t a
   return bytes;
 }
 
-// Writes what binding and unbinding send in both forms. Everything else differs from call to call
-// and stands there.
+// Writes the fields that every request to bind or to unbind a rule has. Which other fields it has
+// differs from call to call: each call writes them itself.
 inline void putBinding(BodyWriter<DynRuleBindingBody> &body, std::uint16_t code,
                        const AclDynRuleRecord &record) noexcept {
   using Body = DynRuleBindingBody;

@@ -8,7 +8,7 @@
 #include "acl_lib/dynrules/dynamic_rule_bodies.h"
 #include "acl_lib/dynrules/dynamic_rule_requests.h"
 #include "acl_lib/dynrules/request_trace.h"
-#include "acl_lib/encoding/policy_handle.h"
+#include "acl_lib/encoding/results.h"
 #include "acl_lib/transport/message_codes.h"
 #include "platform/process.h"
 
@@ -38,6 +38,7 @@ std::int32_t aclLibConfigDynRule(const AclDynRuleRecord *record) noexcept {
   std::array<std::byte, Body::size> bytes;
   acl::BodyWriter<Body> body(bytes);
   acl::putBinding(body, acl::kMsgConfigDynRule, *record);
+  // The name and the cookie are sent twice.
   body.put(Body::leadingRuleName, record->ruleName);
   body.put(Body::bindCookie, record->bindCookie);
   body.put(Body::relativeRuleName, record->relativeRuleName);
@@ -61,6 +62,7 @@ std::int32_t aclLibUnconfigDynRule(const AclDynRuleRecord *record) noexcept {
   std::array<std::byte, Body::size> bytes;
   acl::BodyWriter<Body> body(bytes);
   acl::putBinding(body, acl::kMsgUnconfigDynRule, *record);
+  // No relative name, priority nor attribute, and the cookie only once.
   body.put(Body::leadingRuleName, record->ruleName);
   body.put(Body::bindCookie, record->bindCookie);
   body.put(Body::bindFlags, record->bindFlags);

@@ -27,10 +27,10 @@ static_assert(isWellFormed<MeterBody>());
 struct MeterConfigBody {
   static constexpr std::size_t size = 664;
   // What the manager expects at 8.
-  static constexpr std::uint32_t kConfiguredMeters = 1;
+  static constexpr std::uint32_t kFixedWord = 1;
 
   static constexpr Field<MeterConfigBody, std::uint16_t> code{0, "code"};
-  // Always kConfiguredMeters.
+  // Always kFixedWord.
   static constexpr Field<MeterConfigBody, std::uint32_t> fixedWord{8, "fixedWord"};
   static constexpr Field<MeterConfigBody, std::uint32_t> meterContext{588, "meterContext"};
   static constexpr Field<MeterConfigBody, MeterName> meterName{592, "meterName"};

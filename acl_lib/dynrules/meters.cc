@@ -7,6 +7,7 @@
 #include "acl_lib.h"
 #include "acl_lib/dynrules/meter_bodies.h"
 #include "acl_lib/dynrules/request_trace.h"
+#include "acl_lib/encoding/results.h"
 #include "acl_lib/transport/message_codes.h"
 #include "platform/process.h"
 
@@ -15,7 +16,7 @@ namespace {
 
 using MeterRequest = std::array<std::byte, MeterBody::size>;
 
-// Creating and deleting send the same.
+// The request that creates a meter, or the one that deletes it: they differ in their code alone.
 MeterRequest meterRequest(std::uint16_t code, const char *meterName,
                           const AclMeterOwner &owner) noexcept {
   using Body = MeterBody;
@@ -28,10 +29,11 @@ MeterRequest meterRequest(std::uint16_t code, const char *meterName,
   return bytes;
 }
 
-// Whatever went wrong, callers of the meter calls are told -1.
+// Sends a request of the calls that do not wait. Unlike the other requests', their result does not
+// tell what went wrong: every failure is kFailed.
 template <std::size_t Size>
 std::int32_t sendMeterRequest(const std::array<std::byte, Size> &request) noexcept {
-  return aclLibSendMsg(kTlvRequest, request.data(), Size) == 0 ? 0 : -1;
+  return aclLibSendMsg(kTlvRequest, request.data(), Size) == kSuccess ? kSuccess : kFailed;
 }
 
 // Returns the manager's status. Binding and unbinding write no trace line.
@@ -77,10 +79,11 @@ std::int32_t aclLibConfigMeter(const char *meterName, std::uint32_t cirRate,
   std::array<std::byte, Body::size> bytes;
   acl::BodyWriter<Body> body(bytes);
   body.put(Body::code, acl::kMsgConfigMeter);
-  body.put(Body::fixedWord, Body::kConfiguredMeters);
+  body.put(Body::fixedWord, Body::kFixedWord);
   body.put(Body::meterContext, owner->meterContext);
   body.put(Body::meterName, meterName);
   body.put(Body::appId, std::uint32_t{owner->appId});
+  // Sent twice: in the head, as with all requests about meters, and in front of the rates.
   body.put(Body::secondMeterContext, owner->meterContext);
   body.put(Body::cirRate, cirRate);
   body.put(Body::cirBurstSize, cirBurstSize);
@@ -89,6 +92,7 @@ std::int32_t aclLibConfigMeter(const char *meterName, std::uint32_t cirRate,
   body.put(Body::outAction, outAction);
   body.put(Body::dscpVal, dscpVal);
   body.put(Body::extra, extra);
+  // The line has all numbers but `extra`.
   aclTrace(acl::kRequestTraceLevel,
            Sprintf(" %s: Configure client meter %.32s: cirRate %u cirBurstSize %u peakRate %u "
                    "burstSize %u outAction %u dscpVal %u\n",

@@ -11,13 +11,9 @@
 
 #include "acl_lib.h"
 #include "acl_lib/encoding/live_policies.h"
+#include "acl_lib/encoding/results.h"
 
 namespace acl {
-
-// Results of the calls that build policies.
-inline constexpr std::int32_t kSuccess = 0;
-inline constexpr std::int32_t kNoMemory = -1;
-inline constexpr std::int32_t kInvalidArgument = -2;
 
 namespace detail {
 [[gnu::cold]] AclPolicy *findPolicySlowly(AclPolicyHandle handle) noexcept;

@@ -1,4 +1,4 @@
-// The bodies of the requests about a whole client.
+// The bodies of the requests about what applications have installed.
 #ifndef ACL_LIB_POLICY_CLIENT_REQUEST_BODIES_H
 #define ACL_LIB_POLICY_CLIENT_REQUEST_BODIES_H
 
@@ -24,10 +24,10 @@ static_assert(isWellFormed<UnbindRuleBody>());
 struct MoveAttributeBody {
   static constexpr std::size_t size = 2600;
   // What the manager expects at 8.
-  static constexpr std::uint32_t kMoveWord = 9;
+  static constexpr std::uint32_t kFixedWord = 9;
 
   static constexpr Field<MoveAttributeBody, std::uint16_t> code{0, "code"};
-  // Always kMoveWord.
+  // Always kFixedWord.
   static constexpr Field<MoveAttributeBody, std::uint32_t> fixedWord{8, "fixedWord"};
   static constexpr Field<MoveAttributeBody, std::uint32_t> moveCookie{588, "moveCookie"};
   static constexpr Field<MoveAttributeBody, std::uint8_t> attribute{592, "attribute"};
@@ -39,7 +39,7 @@ struct MoveAttributeBody {
 };
 static_assert(isWellFormed<MoveAttributeBody>());
 
-// kMsgCleanClientRules. The two words of a client stand around its number in the other order.
+// kMsgCleanClientRules. The two words of an AclClientId stand around its number in the other order.
 struct CleanClientBody {
   static constexpr std::size_t size = 604;
 
@@ -70,10 +70,10 @@ struct CheckPolicyBody {
   // As many as fit.
   static constexpr std::size_t kMaxEntries = 100;
   // What the manager expects at 8.
-  static constexpr std::uint32_t kCheckWord = 1;
+  static constexpr std::uint32_t kFixedWord = 1;
 
   static constexpr Field<CheckPolicyBody, std::uint16_t> code{0, "code"};
-  // Always kCheckWord.
+  // Always kFixedWord.
   static constexpr Field<CheckPolicyBody, std::uint32_t> fixedWord{8, "fixedWord"};
   static constexpr Field<CheckPolicyBody, std::uint32_t> count{592, "count"};
   static constexpr Field<CheckPolicyBody, std::uint32_t> checkCookie{596, "checkCookie"};

@@ -1,4 +1,4 @@
-// Requests about what belongs to a client: its bindings, its attributes, everything of it.
+// Requests about what applications have installed: unbinding, moving, removing, checking.
 
 #include <array>
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <span>
 
 #include "acl_lib.h"
-#include "acl_lib/encoding/policy_handle.h"
+#include "acl_lib/encoding/results.h"
 #include "acl_lib/policy/client_request_bodies.h"
 #include "acl_lib/transport/message_codes.h"
 
@@ -29,8 +29,8 @@ extern "C" {
 
 std::int32_t aclLibUnbindRule(const AclRuleRecord *rule, std::uint8_t unbindFlag,
                               std::uint16_t unbindKey) noexcept {
-  // No error, unlike elsewhere: no rule is bound nowhere already.
-  if (rule == nullptr) return 0;
+  // Unlike elsewhere, a null argument is no error here: there is nothing to unbind.
+  if (rule == nullptr) return acl::kSuccess;
   using Body = acl::UnbindRuleBody;
   std::array<std::byte, Body::size> bytes;
   acl::BodyWriter<Body> body(bytes);
@@ -49,7 +49,7 @@ std::int32_t aclLibMoveApplAttribute(std::uint8_t attribute, std::uint8_t fromAp
   std::array<std::byte, Body::size> bytes;
   acl::BodyWriter<Body> body(bytes);
   body.put(Body::code, acl::kMsgMoveAttribute);
-  body.put(Body::fixedWord, Body::kMoveWord);
+  body.put(Body::fixedWord, Body::kFixedWord);
   body.put(Body::moveCookie, moveCookie);
   body.put(Body::attribute, attribute);
   body.put(Body::fromApplication, fromApplication);
@@ -78,7 +78,7 @@ std::int32_t aclLibCheckPolicy(const AclPolicyEntry *entries, std::uint32_t coun
   std::array<std::byte, Body::size> bytes;
   acl::BodyWriter<Body> body(bytes);
   body.put(Body::code, acl::kMsgCheckPolicy);
-  body.put(Body::fixedWord, Body::kCheckWord);
+  body.put(Body::fixedWord, Body::kFixedWord);
   body.put(Body::count, count);
   body.put(Body::checkCookie, checkCookie);
   constexpr std::size_t kEntrySize = acl::PolicyEntryBody::size;

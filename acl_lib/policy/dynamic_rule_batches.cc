@@ -8,7 +8,7 @@
 #include "acl_lib.h"
 #include "acl_lib/dynrules/dynamic_rule_bodies.h"
 #include "acl_lib/dynrules/dynamic_rule_requests.h"
-#include "acl_lib/encoding/policy_handle.h"
+#include "acl_lib/encoding/results.h"
 #include "acl_lib/transport/message_codes.h"
 
 extern "C" {

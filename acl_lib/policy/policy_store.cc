@@ -15,18 +15,8 @@ KvNode *aclPolicyTree = nullptr;
 namespace acl {
 namespace {
 
-// The results that stand for no policy, in case a caller passes on what aclLibNewPolicy() returned.
-// Nothing more is checked: callers hold the lock, and walks are to be quick.
-bool isNoPolicy(AclPolicyHandle policy) noexcept {
-  return policy == 0 || policy == kNoMemory || policy == kInvalidArgument;
-}
-
-// A policy begins with its links, so that its handle is the address of its node.
+// A policy begins with its links, so that it is a node, and its handle the address of one.
 static_assert(offsetof(AclPolicy, node) == 0);
-
-void *nodeOf(AclPolicyHandle policy) noexcept {
-  return reinterpret_cast<void *>(policy);
-}
 
 AclPolicyHandle handleOf(void *node) noexcept {
   return reinterpret_cast<AclPolicyHandle>(node);
@@ -54,6 +44,7 @@ std::int32_t compareNames(const void *a, const void *b) noexcept {
 
 extern "C" {
 
+// No call takes the lock by itself, on purpose: a reader holds it over a whole walk.
 std::int32_t aclBtreeReadLock() noexcept {
   return pthread_rwlock_rdlock(&aclPolicyLock);
 }
@@ -66,14 +57,16 @@ std::int32_t aclBtreeUnlock() noexcept {
   return pthread_rwlock_unlock(&aclPolicyLock);
 }
 
-std::int32_t aclBtreeInsertPolicy(AclPolicyHandle policy) noexcept {
-  if (acl::isNoPolicy(policy)) return acl::kInvalidArgument;
-  return kvtreeInsert(acl::nodeOf(policy), &aclPolicyTree, acl::compareNames);
+std::int32_t aclBtreeInsertPolicy(AclPolicyHandle handle) noexcept {
+  AclPolicy *const policy = acl::findPolicy(handle);
+  if (policy == nullptr) return acl::kInvalidArgument;
+  return kvtreeInsert(policy, &aclPolicyTree, acl::compareNames);
 }
 
-std::int32_t aclBtreeDeletePolicy(AclPolicyHandle policy) noexcept {
-  if (acl::isNoPolicy(policy)) return acl::kInvalidArgument;
-  return kvtreeDelete(acl::nodeOf(policy), &aclPolicyTree);
+std::int32_t aclBtreeDeletePolicy(AclPolicyHandle handle) noexcept {
+  AclPolicy *const policy = acl::findPolicy(handle);
+  if (policy == nullptr) return acl::kInvalidArgument;
+  return kvtreeDelete(policy, &aclPolicyTree);
 }
 
 AclPolicyHandle aclFindPolicy(const char *name) noexcept {
@@ -88,9 +81,9 @@ AclPolicyHandle aclFindFirstPolicy() noexcept {
   return acl::handleOf(kvtreeFirst(&aclPolicyTree));
 }
 
-AclPolicyHandle aclGetNextPolicy(AclPolicyHandle policy) noexcept {
-  if (acl::isNoPolicy(policy)) return 0;
-  return acl::handleOf(kvtreeNext(acl::nodeOf(policy)));
+AclPolicyHandle aclGetNextPolicy(AclPolicyHandle handle) noexcept {
+  const AclPolicy *const policy = acl::findPolicy(handle);
+  return policy == nullptr ? 0 : acl::handleOf(kvtreeNext(policy));
 }
 
 }  // extern "C"

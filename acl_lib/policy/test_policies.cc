@@ -43,7 +43,8 @@ struct Condition {
   std::array<std::uint8_t, 8> data;
 };
 
-// IGMP.
+// IGMP. Its mask is 0, on purpose, and so is that of the ports below: these policies try how
+// conditions travel and are printed, and a mask of zeros is what they have always done it with.
 constexpr Condition kProtocol{addProtocol, {2, 0}};
 constexpr Condition kGroup{addDestination, {239, 20, 10, 0, 255, 255, 255, 240}};
 
@@ -78,7 +79,8 @@ constexpr TestRules kModifiedRules[] = {
     {10, kFromSecondNetwork, kDenyAndSample},
 };
 
-// Adds one rule. Its results are not looked at: what memory does not suffice for is missing.
+// Adds one rule. No result is looked at, on purpose: a rule that memory does not suffice for is
+// missing, and the calls that were to fill it report that there is no such rule.
 void addRule(AclPolicyHandle policy, std::uint32_t rule, const TestRules &rules) noexcept {
   char name[kNameWidth];
   std::snprintf(name, sizeof(name), "rule-%d", static_cast<int>(rule - 1));
@@ -111,7 +113,8 @@ AclPolicyHandle aclLibCreateTestPolicy(const char *name) noexcept {
 }
 
 AclPolicyHandle aclLibModifyTestPolicy(AclPolicyHandle policy) noexcept {
-  // The calls below would report a bad handle, each under its own name.
+  // On purpose, a bad handle is returned in silence: the calls below would report it, each under
+  // its own name.
   if (acl::findPolicy(policy) == nullptr) return policy;
   aclLibClearRule(policy);
   acl::addRules(policy, acl::kModifiedRules);

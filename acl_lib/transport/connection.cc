@@ -6,6 +6,8 @@
 
 #include "acl_lib.h"
 #include "acl_lib/encoding/message_body.h"
+#include "acl_lib/encoding/results.h"
+#include "acl_lib/transport/manager_connection.h"
 #include "acl_lib/transport/receive_entry.h"
 #include "acl_lib/transport/shared_word.h"
 #include "platform/board.h"
@@ -23,9 +25,7 @@ pthread_rwlock_t aclPolicyLock = PTHREAD_RWLOCK_INITIALIZER;
 namespace acl {
 namespace {
 
-constexpr char kComponent[] = "acl";
 constexpr std::uint32_t kTraceBufferSize = 10240;
-constexpr std::uint32_t kRequestClient = 1;
 constexpr DispatchDelay kRegistrationPause{1, 0};
 
 // What the library sets on its peer, in this order.
@@ -33,7 +33,7 @@ struct PeerOption {
   std::uint32_t option, value;
 };
 constexpr PeerOption kPeerOptions[] = {{MSGBUS_OPTION_KEEP_ALIVE, 1},
-                                       {MSGBUS_OPTION_PRIORITY, 2},
+                                       {MSGBUS_OPTION_PRIORITY, kPeerPriority},
                                        {MSGBUS_OPTION_QUEUE_LIMIT, 100000}};
 
 // What a queue whose length cannot be told counts as: a full one, so that senders hold back.
@@ -61,7 +61,7 @@ void registerClient(void *record, void *unused) noexcept {
 extern "C" {
 
 std::int32_t aclLibInit() noexcept {
-  if (pthread_rwlock_init(&aclPolicyLock, nullptr) != 0) return -1;
+  if (pthread_rwlock_init(&aclPolicyLock, nullptr) != 0) return acl::kFailed;
   acl::storeShared(aclTraceBufferHandle,
                    evlogInitTraceBuffer(acl::kComponent, acl::kTraceBufferSize, 0));
   return 0;
@@ -81,9 +81,9 @@ std::int32_t aclLibConnect(AclMsgCallback callback) noexcept {
 std::int32_t aclLibInitClients(void * /*ignored*/, AclConnectionHandler handler) noexcept {
   if (handler != nullptr) acl::storeShared(aclConnectionHandler, handler);
   const std::uint32_t client = msgbusInitClient(acl::kRequestClient, nullptr, 0);
-  if (client == 0) return -1;
+  if (client == 0) return acl::kFailed;
   auto *record = static_cast<DispatchClientRecord *>(std::calloc(1, sizeof(DispatchClientRecord)));
-  if (record == nullptr) return -1;
+  if (record == nullptr) return acl::kNoMemory;
   record->service = client;
   record->callback = acl::kReceiveEntry;
   acl::setText(record->callbackName, "aclLibCallback");

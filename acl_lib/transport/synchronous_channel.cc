@@ -16,8 +16,10 @@
 
 #include "acl_lib.h"
 #include "acl_lib/encoding/byte_order.h"
-#include "acl_lib/encoding/policy_handle.h"
+#include "acl_lib/encoding/results.h"
+#include "acl_lib/transport/manager_connection.h"
 #include "acl_lib/transport/message_codes.h"
+#include "acl_lib/transport/request_packet.h"
 #include "acl_lib/transport/shared_word.h"
 #include "platform/board.h"
 #include "platform/dirsvc.h"
@@ -34,9 +36,6 @@ std::uint32_t aclLibSyncConfigPeerId = 0;
 namespace acl {
 namespace {
 
-constexpr char kComponent[] = "acl";
-constexpr std::uint32_t kRequestClient = 1;
-
 // Pauses in microseconds.
 constexpr useconds_t kLookUpPause = 1000;
 constexpr useconds_t kConnectPause = 10000;
@@ -44,17 +43,13 @@ constexpr useconds_t kConnectPause = 10000;
 // How long one msgbusRecv() waits: 10 ms.
 constexpr std::uint32_t kAnswerWait[3] = {0, 10, 0};
 
-// Arguments of pktbufAllocPacket(): room beside the body, headroom, direction.
-constexpr std::uint32_t kObjectHeaderSize = 4;
-constexpr std::uint32_t kSendHeadroom = 32;
-constexpr std::uint32_t kPacketToSend = 1;
+// Arguments of pktbufAllocPacket() for a packet of an answer: room beside the body, headroom,
+// direction.
 constexpr std::uint32_t kAnswerExtra = 32;
 constexpr std::uint32_t kReceiveHeadroom = 28;
 constexpr std::uint32_t kPacketToReceive = 0;
 
 constexpr std::uint32_t kLongestBody = std::numeric_limits<std::uint16_t>::max();
-
-constexpr std::int32_t kFailed = -1;
 
 struct FreePacket {
   void operator()(PktBuf *packet) const noexcept { pktbufFree(packet); }
@@ -66,9 +61,6 @@ using Packet = std::unique_ptr<PktBuf, FreePacket>;
 // The kind of _evlog_ACL_ComponentDesc for evlogRegisterComponent().
 constexpr std::uint32_t kEventComponent = 1;
 
-// What this process reports of the component "acl" when its manager is gone.
-constexpr std::int32_t kWaitingForPeer = 1;
-
 // Returns the handle of the library's event component, which is registered when nobody has done so
 // yet and logs from then on; 0 when it cannot be registered.
 std::uint32_t eventHandle() noexcept {
@@ -79,7 +71,8 @@ std::uint32_t eventHandle() noexcept {
   return handle;
 }
 
-// Logs one event, or nothing while there is no event component. `format` shows one number.
+// Logs one event, or nothing while there is no event component. `format` shows one number: a peer
+// id, which is unsigned, or a control code, which is signed. 64 bits take both without a cast.
 void logEvent(const char *format, std::int64_t number,
               std::source_location place = std::source_location::current()) noexcept {
   const std::uint32_t handle = eventHandle();
@@ -123,6 +116,7 @@ DirsvcRecord findManager() noexcept {
   bool found = false;
   while (!found) {
     found = dirsvcGetEntryByAttr(&key, &manager) == 0;
+    // Also once the manager is found.
     usleep(kLookUpPause);
   }
   return manager;
@@ -146,7 +140,9 @@ void registerPeer(const DirsvcRecord &manager) noexcept {
 std::int32_t connectPeer() noexcept {
   std::int32_t result = msgbusConnectToPeer(loadShared(aclLibSyncConfigPeerId), 0);
   while (result != 0 && result != MSGBUS_REFUSED) {
+    // Loaded anew each time: the control callback may have stored another id.
     result = msgbusConnectToPeer(loadShared(aclLibSyncConfigPeerId), 0);
+    // Also when that succeeded or was refused, unlike the first attempt.
     usleep(kConnectPause);
   }
   return result;
@@ -154,20 +150,16 @@ std::int32_t connectPeer() noexcept {
 
 // ---- Request and answer
 
-// The length of an object's value with its padding.
-std::uint32_t paddedLength(std::uint32_t length) noexcept {
-  return (length + 1) & ~std::uint32_t{1};
-}
-
 // Sends the body as one object. False when the bus did not say that it is on its way: a packet that
 // the bus has queued counts as not sent, although its answer will come. Without memory nothing is
 // sent, which counts as success: the caller waits for an answer all the same.
 bool sendRequest(const void *body, std::uint32_t length) noexcept {
-  const std::uint32_t size = paddedLength(length) + kObjectHeaderSize;
+  const std::uint32_t size = tlvObjectSize(length);
   const Packet packet(pktbufAllocPacket(size, kSendHeadroom, kPacketToSend));
   if (packet == nullptr) return true;
   TlvBuilder builder;
   tlvInit(&builder, packet->data, size);
+  // Cannot fail: the packet is as long as the object, and the body is no longer than kLongestBody.
   tlvAddObject(&builder, body, kTlvRequest, length);
   // The packet is freed whatever becomes of it; the bus allows that as the next thing done.
   return msgbusSend(loadShared(aclLibSyncConfigPeerId), packet.get(), 0) >= 0;
@@ -181,7 +173,7 @@ struct Answer {
 
 // Waits for a packet, for as long as it takes.
 Answer receiveAnswer(std::uint32_t bodyLength) noexcept {
-  Packet packet(pktbufAllocPacket(paddedLength(bodyLength) + kAnswerExtra, kReceiveHeadroom,
+  Packet packet(pktbufAllocPacket(tlvValueSize(bodyLength) + kAnswerExtra, kReceiveHeadroom,
                                   kPacketToReceive));
   // The request is on its way, and no result says that its answer is lost.
   if (packet == nullptr) std::abort();

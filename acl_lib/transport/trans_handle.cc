@@ -5,6 +5,8 @@
 #include <cstdlib>
 
 #include "acl_lib.h"
+#include "acl_lib/encoding/results.h"
+#include "acl_lib/transport/request_packet.h"
 #include "acl_lib/transport/shared_word.h"
 #include "platform/msgbus.h"
 #include "platform/pktbuf.h"
@@ -15,15 +17,8 @@ TransHandle *aclHandle = nullptr;
 namespace acl {
 namespace {
 
-// Arguments of pktbufAllocPacket() for a packet of requests.
+// Bytes for requests in one packet.
 constexpr std::uint32_t kPacketSize = 8128;
-constexpr std::uint32_t kPacketHeadroom = 32;
-constexpr std::uint32_t kPacketToSend = 1;
-
-constexpr std::int64_t kObjectHeaderSize = 4;
-
-// Result for a length without data.
-constexpr std::int32_t kNoData = -2;
 
 class HandleLock {
  public:
@@ -57,15 +52,10 @@ std::int64_t room(const TransHandle &handle) noexcept {
   return std::int64_t{handle.builder.capacity} - usedLength(handle);
 }
 
-// Bytes that an object takes: values are padded to an even length.
-std::int64_t objectSize(std::uint32_t length) noexcept {
-  return ((std::int64_t{length} + 1) & ~std::int64_t{1}) + kObjectHeaderSize;
-}
-
 // Gives the handle a new, empty packet; the former one is no longer the handle's. False when there
 // is no memory.
 bool startPacket(TransHandle &handle) noexcept {
-  handle.packet = pktbufAllocPacket(kPacketSize, kPacketHeadroom, kPacketToSend);
+  handle.packet = pktbufAllocPacket(kPacketSize, kSendHeadroom, kPacketToSend);
   if (handle.packet == nullptr) return false;
   handle.data = handle.packet->data;
   tlvInit(&handle.builder, handle.data, kPacketSize);
@@ -119,24 +109,25 @@ std::int32_t transHandleSend(TransHandle *handle, std::uint16_t type, const void
                              std::uint32_t length, std::int32_t flush) noexcept {
   TransHandle &target = acl::checkedHandle(handle);
   const acl::HandleLock lock(target);
-  if (!acl::hasPeer(target) || target.packet == nullptr) return -1;
-  if (data == nullptr && length != 0) return acl::kNoData;
-  std::int32_t result = 0;
+  if (!acl::hasPeer(target) || target.packet == nullptr) return acl::kFailed;
+  if (data == nullptr && length != 0) return acl::kInvalidArgument;
+  std::int32_t result = acl::kSuccess;
   // Whether the packet is empty makes no difference: an object that is longer than a packet sends
   // an empty one first and then goes into the tailroom of the next.
-  if (acl::room(target) < acl::objectSize(length)) result = acl::flushPacket(target);
+  if (acl::room(target) < acl::tlvObjectSize(std::int64_t{length}))
+    result = acl::flushPacket(target);
   // Refuses only what no packet can hold.
   tlvAddObject(&target.builder, data, type, length);
   // Of two packets the second one's result is returned: it is the one that carries this request.
   if (flush != 0) result = acl::flushPacket(target);
-  return result > 0 || result == MSGBUS_QUEUED ? 0 : result;
+  return result > 0 || result == MSGBUS_QUEUED ? acl::kSuccess : result;
 }
 
 std::int32_t transHandleCommit(TransHandle *handle) noexcept {
   TransHandle &target = acl::checkedHandle(handle);
   const acl::HandleLock lock(target);
-  if (!acl::hasPeer(target) || target.packet == nullptr) return -1;
-  if (acl::usedLength(target) == 0) return 0;
+  if (!acl::hasPeer(target) || target.packet == nullptr) return acl::kFailed;
+  if (acl::usedLength(target) == 0) return acl::kSuccess;
   // As it is, unlike transHandleSend(): who commits is told of a packet that has to wait.
   return acl::flushPacket(target);
 }
@@ -148,7 +139,7 @@ std::int32_t aclLibSendMsg(std::uint16_t type, const void *data, std::uint16_t l
 std::int32_t aclLibSendMsg2(std::uint16_t type, const void *data, std::uint16_t length,
                             std::int32_t flush) noexcept {
   TransHandle *handle = acl::loadShared(aclHandle);
-  if (handle == nullptr) return -1;
+  if (handle == nullptr) return acl::kFailed;
   return transHandleSend(handle, type, data, length, flush);
 }
 

@@ -15,6 +15,12 @@
 namespace aclmgr {
 namespace {
 
+// The model's types have the numbers that travel.
+static_assert(static_cast<std::uint8_t>(MatchType::kName) == acl::app_match::kName);
+static_assert(static_cast<std::uint8_t>(MatchType::kWords) == acl::app_match::kWords);
+static_assert(static_cast<std::uint8_t>(MatchType::kMac) == acl::app_match::kMac);
+static_assert(static_cast<std::uint8_t>(MatchType::kMac2) == acl::app_match::kMac2);
+
 using Body = acl::AppPolicyBody;
 using Reader = acl::BodyReader<Body>;
 
@@ -107,8 +113,7 @@ Outcome<std::vector<ApplicationPolicyEntry>> entriesOf(const Reader &reader) {
 Outcome<Reader> checkedReaderOver(std::span<const std::byte> body) {
   auto reader = readerOver<Body>(body);
   if (!reader) return reader;
-  if (auto problem =
-          problemOfFixedWord(reader.value().get(Body::fixedWord), Body::kAppliedPolicies)) {
+  if (auto problem = problemOfFixedWord(reader.value().get(Body::fixedWord), Body::kFixedWord)) {
     return *std::move(problem);
   }
   return reader;

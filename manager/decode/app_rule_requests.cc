@@ -31,7 +31,7 @@ Outcome<RuleValidityRequest> decodeRuleValidity(std::span<const std::byte> body)
   const bool isPolicy = reader.get(Body::policyFlag) != 0;
   const std::string_view name = reader.get(Body::ruleName);
   if (const auto problem = problemOfNameOf(isPolicy ? "policy" : "rule", name)) return *problem;
-  if (const auto problem = problemOfFixedWord(reader.get(Body::fixedWord), Body::kValidityWord)) {
+  if (const auto problem = problemOfFixedWord(reader.get(Body::fixedWord), Body::kFixedWord)) {
     return *problem;
   }
   return RuleValidityRequest{std::string(name), isPolicy, reader.get(Body::direction)};

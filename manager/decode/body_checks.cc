@@ -10,8 +10,12 @@ Refusal invalidMessage(std::string reason) {
   return {Status::kInvalidMessage, std::move(reason)};
 }
 
-Refusal tooShort(std::size_t length, std::size_t wanted) {
-  return invalidMessage(fmt::format("body of {} bytes, {} expected", length, wanted));
+Refusal wrongLength(std::size_t length, std::size_t expected) {
+  return invalidMessage(fmt::format("body of {} bytes, {} expected", length, expected));
+}
+
+Refusal tooShort(std::size_t length, std::size_t head) {
+  return invalidMessage(fmt::format("body of {} bytes, its head has {}", length, head));
 }
 
 std::optional<Refusal> problemOfName(std::string_view name, std::size_t width) {

@@ -16,7 +16,9 @@ namespace aclmgr {
 
 // kInvalidMessage, for people with a reason.
 Refusal invalidMessage(std::string reason);
-Refusal tooShort(std::size_t length, std::size_t wanted);
+// For a body of another length than its table's, and for one that is shorter than its head.
+Refusal wrongLength(std::size_t length, std::size_t expected);
+Refusal tooShort(std::size_t length, std::size_t head);
 
 // Returns why a name field is refused, if it is. A name that fills its field has no NUL.
 std::optional<Refusal> problemOfName(std::string_view name, std::size_t width = acl::kNameWidth);
@@ -35,8 +37,7 @@ std::optional<Refusal> problemOfTail(std::size_t present, std::size_t announced)
 template <typename Body>
 Outcome<acl::BodyReader<Body>> readerOver(std::span<const std::byte> body) {
   const auto reader = acl::BodyReader<Body>::over(body);
-  if (!reader) return tooShort(body.size(), Body::size);
-  if (const auto problem = problemOfTail(body.size() - Body::size, 0)) return *problem;
+  if (!reader || body.size() != Body::size) return wrongLength(body.size(), Body::size);
   return *reader;
 }
 

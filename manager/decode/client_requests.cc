@@ -16,7 +16,7 @@ Outcome<MoveAttributeRequest> decodeMoveAttribute(std::span<const std::byte> bod
   const auto reader = readerOver<Body>(body);
   if (!reader) return reader.refusal();
   if (const auto problem =
-          problemOfFixedWord(reader.value().get(Body::fixedWord), Body::kMoveWord)) {
+          problemOfFixedWord(reader.value().get(Body::fixedWord), Body::kFixedWord)) {
     return *problem;
   }
   return MoveAttributeRequest{.attribute = reader.value().get(Body::attribute),
@@ -30,7 +30,7 @@ Outcome<CheckPolicyRequest> decodeCheckPolicy(std::span<const std::byte> body) {
   const auto reader = readerOver<Body>(body);
   if (!reader) return reader.refusal();
   if (const auto problem =
-          problemOfFixedWord(reader.value().get(Body::fixedWord), Body::kCheckWord)) {
+          problemOfFixedWord(reader.value().get(Body::fixedWord), Body::kFixedWord)) {
     return *problem;
   }
   const std::uint32_t count = reader.value().get(Body::count);

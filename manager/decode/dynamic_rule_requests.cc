@@ -21,7 +21,7 @@ Outcome<AddRuleRequest> decodeAddRule(std::span<const std::byte> body) {
   const acl::BodyReader<Body> reader = decoded.value();
   const std::string_view name = reader.get(Body::ruleName);
   if (const auto problem = problemOfNameOf("rule", name)) return *problem;
-  if (const auto problem = problemOfFixedWord(reader.get(Body::fixedWord), Body::kAddedRules)) {
+  if (const auto problem = problemOfFixedWord(reader.get(Body::fixedWord), Body::kFixedWord)) {
     return *problem;
   }
   return AddRuleRequest{std::string(name), reader.get(Body::appId), reader.get(Body::encodedRule)};

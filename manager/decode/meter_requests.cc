@@ -36,8 +36,7 @@ Outcome<ConfigMeterRequest> decodeConfigMeter(std::span<const std::byte> body) {
   const acl::BodyReader<Body> reader = decoded.value();
   const std::string_view name = reader.get(Body::meterName);
   if (const auto problem = problemOfMeterName(name)) return *problem;
-  if (const auto problem =
-          problemOfFixedWord(reader.get(Body::fixedWord), Body::kConfiguredMeters)) {
+  if (const auto problem = problemOfFixedWord(reader.get(Body::fixedWord), Body::kFixedWord)) {
     return *problem;
   }
   return ConfigMeterRequest{.meterName = std::string(name),

@@ -1,9 +1,13 @@
 #include "manager/decode/rule_terms.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <bit>
 #include <optional>
 #include <span>
+#include <string>
+#include <utility>
 
 #include "acl_lib/encoding/action_codes.h"
 #include "acl_lib/encoding/byte_order.h"
@@ -51,19 +55,23 @@ std::optional<std::uint32_t> prefixLengthOf(std::span<const std::byte> mask) {
   return length;
 }
 
-// Adds the term of a condition, if it has one. Returns false for a mask that is no prefix.
-bool addCondition(const Entry &entry, std::vector<RuleTerm> &terms) {
-  const std::span<const std::byte> value = entry.value;
-  if (std::ranges::find(kValueMaskConditions, entry.type) != kValueMaskConditions.end()) {
-    terms.push_back(termOfData(TermType::kValueMask, value.first(kValueMaskWidth)));
-  } else if (isIPv6Address(entry.type)) {
-    const auto prefixLength = prefixLengthOf(value.subspan(kIPv6MaskOffset, kIPv6AddressWidth));
-    if (!prefixLength) return false;
-    RuleTerm term = termOfData(TermType::kIPv6Prefix, value.first(kIPv6AddressWidth));
-    term.prefixLength = *prefixLength;
-    terms.push_back(term);
+Refusal cannotBeDescribed(std::string reason) {
+  return {Status::kConfigFailed, std::move(reason)};
+}
+
+Outcome<RuleTerm> termOf(const Entry &condition) {
+  const std::span<const std::byte> value = condition.value;
+  if (std::ranges::find(kValueMaskConditions, condition.type) != kValueMaskConditions.end()) {
+    return termOfData(TermType::kValueMask, value.first(kValueMaskWidth));
   }
-  return true;
+  if (!isIPv6Address(condition.type)) {
+    return cannotBeDescribed(fmt::format("condition {} is no term", condition.type));
+  }
+  const auto prefixLength = prefixLengthOf(value.subspan(kIPv6MaskOffset, kIPv6AddressWidth));
+  if (!prefixLength) return cannotBeDescribed("the mask of an IPv6 address is no prefix");
+  RuleTerm term = termOfData(TermType::kIPv6Prefix, value.first(kIPv6AddressWidth));
+  term.prefixLength = *prefixLength;
+  return term;
 }
 
 // Returns what an action decides, if it decides.
@@ -76,18 +84,36 @@ std::optional<TermType> verdictOf(const Entry &entry) {
   return (group & action::kGroupDeny) != 0 ? TermType::kDeny : TermType::kAccept;
 }
 
+Outcome<RuleTerm> verdictOf(const Rule &rule) {
+  std::optional<TermType> verdict;
+  for (const Entry &entry : rule.actions) {
+    const std::optional<TermType> found = verdictOf(entry);
+    if (found && verdict.value_or(*found) != *found) {
+      return cannotBeDescribed("the rule both accepts and denies");
+    }
+    if (found) verdict = found;
+  }
+  if (!verdict) return cannotBeDescribed("the rule neither accepts nor denies");
+  return RuleTerm{*verdict};
+}
+
 }  // namespace
 
 Outcome<std::vector<RuleTerm>> termsOf(const Rule &rule) {
+  if (rule.conditions.size() > 1) {
+    return cannotBeDescribed(fmt::format("{} conditions, 1 can be told", rule.conditions.size()));
+  }
   std::vector<RuleTerm> terms;
-  for (const Entry &entry : rule.conditions) {
-    if (!addCondition(entry, terms)) {
-      return Refusal{Status::kConfigFailed, "the mask of an IPv6 address is no prefix"};
-    }
+  if (rule.conditions.empty()) {
+    terms = {RuleTerm{TermType::kValueMask}, RuleTerm{TermType::kIPv6Prefix}};
+  } else {
+    const auto term = termOf(rule.conditions.front());
+    if (!term) return term.refusal();
+    terms = {term.value()};
   }
-  for (const Entry &entry : rule.actions) {
-    if (const auto verdict = verdictOf(entry)) terms.push_back(RuleTerm{*verdict});
-  }
+  const auto verdict = verdictOf(rule);
+  if (!verdict) return verdict.refusal();
+  terms.push_back(verdict.value());
   return terms;
 }
 

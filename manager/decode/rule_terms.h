@@ -1,8 +1,10 @@
-// What of a rule can be evaluated without the switch: its terms.
+// Rules that can be evaluated without the switch, as terms.
 //
+// Whoever evaluates the terms takes the first one that matches, and behind it the first verdict. So
+// several terms that match are alternatives, while a packet has to meet all conditions of a rule:
+// terms decide as the rule does only when it has one condition, or none, which any packet meets.
 // Conditions that compare a 32-bit number under a mask (IPv4 addresses, VXLAN network identifiers)
 // and IPv6 addresses are terms, and so are accept and deny, alone or folded into an action group.
-// Everything else a rule has is no term.
 //
 // An IPv6 address condition holds, as this manager has it:
 //
@@ -38,8 +40,14 @@ struct RuleTerm {
   bool operator==(const RuleTerm &) const = default;
 };
 
-// Returns the terms of a rule: those of its conditions, then those of its actions, each in the
-// order of the rule. kConfigFailed for a mask of an IPv6 address that is no prefix.
+// Terms that a rule has at most.
+inline constexpr std::size_t kMaxRuleTerms = 3;
+
+// Returns the terms of a rule: that of its condition or, when it has none, one of each type that
+// matches everything; and behind it accept or deny. Other actions do not decide and are left out.
+// kConfigFailed, and why, for a rule that terms do not decide for: one of several conditions, with
+// a condition that is no term or an IPv6 mask that is no prefix, or that does not either accept or
+// deny.
 Outcome<std::vector<RuleTerm>> termsOf(const Rule &rule);
 
 }  // namespace aclmgr

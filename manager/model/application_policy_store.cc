@@ -6,14 +6,16 @@
 
 namespace aclmgr {
 
-Status ApplicationPolicyStore::apply(const ApplicationPolicyKey &key, ApplicationPolicy policy) {
-  const auto existing = policies_.find(key);
-  const bool isNew = existing == policies_.end();
-  if (!isNew && existing->second.policy == policy) return Status::kOk;
+// A policy that is already there is replaced as well: what its entries name may be another by now.
+Status ApplicationPolicyStore::apply(const ApplicationPolicyKey &key,
+                                     const ApplicationPolicy &policy) {
   auto held = hold(policy.entries);
   if (!held) return Status::kRuleNotExist;
-  if (isNew && policies_.size() >= limit_) return Status::kNoMemory;
-  policies_.insert_or_assign(key, KeptPolicy{std::move(policy), std::move(*held)});
+  if (!policies_.contains(key)) {
+    if (policies_.size() >= limit_) return Status::kNoMemory;
+    if (meantWith(key).size() >= kMaxPoliciesOfUnapply) return Status::kNoMemory;
+  }
+  policies_.insert_or_assign(key, KeptPolicy{policy, std::move(*held)});
   return Status::kOk;
 }
 
@@ -31,34 +33,46 @@ std::optional<std::vector<HeldRule>> ApplicationPolicyStore::hold(
 
 Status ApplicationPolicyStore::unapply(const ApplicationPolicyKey &key,
                                        std::span<const ApplicationPolicyEntry> entries) {
-  const ApplicationPolicyKey wanted = unapplyKey(key);
-  // What differs in the match alone stands together, and no match stands first.
-  ApplicationPolicyKey first = wanted;
-  first.match = {};
+  std::vector<std::string_view> names;
+  names.reserve(entries.size());
+  for (const ApplicationPolicyEntry &entry : entries) names.emplace_back(entry.ruleName);
+  std::ranges::sort(names);
   bool isThere = false;
-  for (auto kept = policies_.lower_bound(first); kept != policies_.end();) {
-    ApplicationPolicyKey found = unapplyKey(kept->first);
-    if (found == wanted) isThere |= takeOut(kept->second, entries);
-    found.match = {};
-    if (found != first) break;
+  const auto meant = meantWith(key);
+  for (auto kept = meant.begin(); kept != meant.end();) {
+    isThere |= takeOut(kept->second, names);
     kept = kept->second.policy.entries.empty() ? policies_.erase(kept) : std::next(kept);
   }
   return isThere ? Status::kOk : Status::kInstanceNotExist;
 }
 
+// They stand together: only the last bytes of their matches differ, or there is no match, before
+// the names, which come before all other matches.
+ApplicationPolicyStore::Range ApplicationPolicyStore::meantWith(const ApplicationPolicyKey &key) {
+  const ApplicationPolicyKey wanted = unapplyKey(key);
+  const auto first = policies_.lower_bound(wanted);
+  const auto last = std::find_if(
+      first, policies_.end(), [&](const auto &kept) { return unapplyKey(kept.first) != wanted; });
+  return {first, last, static_cast<std::size_t>(std::distance(first, last))};
+}
+
 bool ApplicationPolicyStore::takeOut(KeptPolicy &kept,
-                                     std::span<const ApplicationPolicyEntry> entries) noexcept {
+                                     std::span<const std::string_view> names) noexcept {
   std::vector<ApplicationPolicyEntry> &own = kept.policy.entries;
-  const std::size_t before = own.size();
-  for (std::size_t i = before; i > 0; --i) {
-    const auto place = static_cast<std::ptrdiff_t>(i - 1);
-    const auto named =
-        std::ranges::find(entries, own[i - 1].ruleName, &ApplicationPolicyEntry::ruleName);
-    if (named == entries.end()) continue;
-    own.erase(own.begin() + place);
-    kept.held.erase(kept.held.begin() + place);
+  std::size_t left = 0;
+  for (std::size_t i = 0; i < own.size(); ++i) {
+    if (std::ranges::binary_search(names, std::string_view(own[i].ruleName))) continue;
+    if (left != i) {
+      own[left] = std::move(own[i]);
+      kept.held[left] = std::move(kept.held[i]);
+    }
+    ++left;
   }
-  return own.size() != before;
+  const auto end = static_cast<std::ptrdiff_t>(left);
+  const bool isThere = left != own.size();
+  own.erase(own.begin() + end, own.end());
+  kept.held.erase(kept.held.begin() + end, kept.held.end());
+  return isThere;
 }
 
 Status ApplicationPolicyStore::move(std::uint8_t kind, std::uint8_t fromApp, std::uint8_t toApp) {
@@ -75,6 +89,13 @@ Status ApplicationPolicyStore::move(std::uint8_t kind, std::uint8_t fromApp, std
     return policies_.contains(key);
   });
   if (isTaken) return Status::kPolicyHasAttribute;
+  for (auto next = first; next != last;) {
+    const Range own = meantWith(next->first);
+    ApplicationPolicyKey key = next->first;
+    key.appId = toApp;
+    if (own.size() + meantWith(key).size() > kMaxPoliciesOfUnapply) return Status::kNoMemory;
+    next = own.end();
+  }
   for (auto left = std::distance(first, last); left > 0; --left) {
     auto node = policies_.extract(policies_.lower_bound(start));
     node.key().appId = toApp;

@@ -36,7 +36,6 @@ struct BindingAttributes {
 
 // A rule that is bound at a point.
 struct RuleBinding {
-  std::string ruleName;
   BindingAttributes attributes;
   std::int32_t rank = 0;  // what the order at the point goes by; see DynamicRuleStore::bind()
   std::map<std::string, std::uint64_t, std::less<>> counters;  // packets, by the counter's name

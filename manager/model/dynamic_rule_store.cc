@@ -5,24 +5,6 @@
 #include <utility>
 
 namespace aclmgr {
-namespace {
-
-// Bindings come as they are or constant.
-template <typename Bindings>
-auto placeOf(Bindings &bindings, std::string_view name) {
-  return std::ranges::find(bindings, name, &RuleBinding::ruleName);
-}
-
-template <typename Points>
-auto bindingIn(Points &points, std::string_view name, const BindingPoint &point)
-    -> decltype(&points.begin()->second.front()) {
-  const auto bindings = points.find(point);
-  if (bindings == points.end()) return nullptr;
-  const auto place = placeOf(bindings->second, name);
-  return place == bindings->second.end() ? nullptr : &*place;
-}
-
-}  // namespace
 
 DynamicRuleStore::KeptRule *DynamicRuleStore::keptRule(std::string_view name) {
   const auto found = rules_.find(name);
@@ -34,13 +16,13 @@ const DynamicRule *DynamicRuleStore::find(std::string_view name) const {
   return found == rules_.end() ? nullptr : &found->second.rule;
 }
 
-RuleBinding *DynamicRuleStore::bindingOf(std::string_view name, const BindingPoint &point) {
-  return bindingIn(points_, name, point);
-}
-
-const RuleBinding *DynamicRuleStore::bindingOf(std::string_view name,
-                                               const BindingPoint &point) const {
-  return bindingIn(points_, name, point);
+std::optional<DynamicRuleStore::Bindings::iterator> DynamicRuleStore::placeOf(
+    std::string_view name, const BindingPoint &point) const {
+  const auto rule = rules_.find(name);
+  if (rule == rules_.end()) return std::nullopt;
+  const auto place = rule->second.places.find(point);
+  if (place == rule->second.places.end()) return std::nullopt;
+  return place->second;
 }
 
 Status DynamicRuleStore::reasonOfNoBinding(std::string_view name) const {
@@ -53,7 +35,8 @@ Status DynamicRuleStore::add(DynamicRule rule) {
   }
   if (rules_.size() >= limits_.rules) return Status::kNoMemory;
   std::string name = rule.name;
-  rules_.emplace(std::move(name), KeptRule{std::move(rule)});
+  rules_.emplace(std::move(name),
+                 KeptRule{.rule = std::move(rule), .places = {}, .installers = {}});
   return Status::kOk;
 }
 
@@ -61,7 +44,9 @@ Status DynamicRuleStore::remove(std::string_view name, std::uint32_t owner) {
   const auto found = rules_.find(name);
   if (found == rules_.end() || found->second.rule.owner != owner) return Status::kRuleNotExist;
   const KeptRule &kept = found->second;
-  if (kept.bindings != 0 || kept.holds != 0 || kept.installed) return Status::kRuleInUse;
+  if (!kept.places.empty() || !kept.installers.empty() || kept.holds != 0) {
+    return Status::kRuleInUse;
+  }
   rules_.erase(found);
   return Status::kOk;
 }
@@ -70,111 +55,113 @@ Status DynamicRuleStore::bind(std::string_view name, const BindingPoint &point,
                               const BindingAttributes &attributes) {
   KeptRule *kept = keptRule(name);
   if (kept == nullptr) return Status::kRuleNotExist;
-  if (const RuleBinding *existing = bindingOf(name, point)) {
-    return existing->attributes == attributes ? Status::kOk : Status::kRuleInUse;
+  if (const auto existing = placeOf(name, point)) {
+    return (*existing)->attributes == attributes ? Status::kOk : Status::kRuleInUse;
   }
-  if (!attributes.relativeRuleName.empty() &&
-      bindingOf(attributes.relativeRuleName, point) == nullptr) {
-    return Status::kRuleNotExist;
+  std::optional<Bindings::iterator> beside;
+  if (!attributes.relativeRuleName.empty()) {
+    beside = placeOf(attributes.relativeRuleName, point);
+    if (!beside) return Status::kRuleNotExist;
   }
   if (tableIsFull()) return Status::kNoHardwareResource;
-  return place(*kept, point, attributes);
-}
-
-Status DynamicRuleStore::place(KeptRule &kept, const BindingPoint &point,
-                               const BindingAttributes &attributes) {
-  Bindings newBinding;  // a list of its own, so that nothing fails once the point is touched
+  // Of their own, so that nothing fails once the store is touched.
+  Bindings newBinding;
   RuleBinding &binding =
-      newBinding.emplace_back(RuleBinding{kept.rule.name, attributes, attributes.priority, {}});
-  for (const std::string &counter : kept.rule.counterNames) binding.counters.try_emplace(counter);
-
+      newBinding.emplace_back(RuleBinding{.attributes = attributes, .counters = {}});
+  for (const std::string &counter : kept->rule.counterNames) binding.counters.try_emplace(counter);
+  Places newPlace{{point, newBinding.begin()}};
   Bindings &bindings = points_[point];
-  Bindings::iterator next;
-  if (attributes.relativeRuleName.empty()) {
-    next = std::ranges::find_if(
-        bindings, [&](const RuleBinding &other) { return other.rank > attributes.priority; });
-  } else {
-    next = placeOf(bindings, attributes.relativeRuleName);
-    binding.rank = next->rank;
-    if (attributes.priority != kPlacedBefore) ++next;
-  }
-  bindings.splice(next, newBinding);
-  ++kept.bindings;
+  bindings.splice(nextOf(binding, bindings, beside), newBinding);
+  kept->places.merge(newPlace);
   ++bindingCount_;
   return Status::kOk;
 }
 
-void DynamicRuleStore::takeOff(KeptRule &kept, Points::iterator point) noexcept {
-  Bindings &bindings = point->second;
-  const auto place = placeOf(bindings, kept.rule.name);
-  if (place == bindings.end()) return;
-  bindings.erase(place);
-  if (bindings.empty()) points_.erase(point);
-  --kept.bindings;
+DynamicRuleStore::Bindings::iterator DynamicRuleStore::nextOf(
+    RuleBinding &binding, Bindings &bindings, std::optional<Bindings::iterator> beside) {
+  const std::int32_t priority = binding.attributes.priority;
+  if (beside) {
+    binding.rank = (*beside)->rank;
+    return priority == kPlacedBefore ? *beside : std::next(*beside);
+  }
+  binding.rank = priority;
+  return std::ranges::find_if(
+      bindings, [priority](const RuleBinding &other) { return other.rank > priority; });
+}
+
+DynamicRuleStore::Places::iterator DynamicRuleStore::takeOff(KeptRule &kept,
+                                                             Places::iterator place) noexcept {
+  const auto bindings = points_.find(place->first);
+  bindings->second.erase(place->second);
+  if (bindings->second.empty()) points_.erase(bindings);
   --bindingCount_;
+  return kept.places.erase(place);
 }
 
 void DynamicRuleStore::takeOffEverywhere(KeptRule &kept) noexcept {
-  for (auto point = points_.begin(); kept.bindings != 0 && point != points_.end();) {
-    takeOff(kept, point++);  // which may erase it
-  }
+  for (auto place = kept.places.begin(); place != kept.places.end();) place = takeOff(kept, place);
 }
 
 Status DynamicRuleStore::unbind(std::string_view name, const BindingPoint &point) {
-  if (bindingOf(name, point) == nullptr) return reasonOfNoBinding(name);
-  takeOff(*keptRule(name), points_.find(point));
+  KeptRule *kept = keptRule(name);
+  if (kept == nullptr) return Status::kRuleNotExist;
+  const auto place = kept->places.find(point);
+  if (place == kept->places.end()) return Status::kInstanceNotExist;
+  takeOff(*kept, place);
   return Status::kOk;
 }
 
 Status DynamicRuleStore::unbindAll(std::string_view name) {
   KeptRule *kept = keptRule(name);
   if (kept == nullptr) return Status::kRuleNotExist;
-  if (kept->bindings == 0) return Status::kInstanceNotExist;
+  if (kept->places.empty()) return Status::kInstanceNotExist;
   takeOffEverywhere(*kept);
   return Status::kOk;
 }
 
 Status DynamicRuleStore::count(std::string_view name, const BindingPoint &point,
                                std::uint64_t packets) {
-  RuleBinding *binding = bindingOf(name, point);
-  if (binding == nullptr) return reasonOfNoBinding(name);
-  for (auto &[counterName, value] : binding->counters) value += packets;
+  const auto place = placeOf(name, point);
+  if (!place) return reasonOfNoBinding(name);
+  for (auto &[counterName, value] : (*place)->counters) value += packets;
   return Status::kOk;
 }
 
 Status DynamicRuleStore::readCounter(std::string_view name, const BindingPoint &point,
                                      std::string_view counterName, std::uint64_t &value) const {
-  const RuleBinding *binding = bindingOf(name, point);
-  if (binding == nullptr) return reasonOfNoBinding(name);
-  const auto counter = binding->counters.find(counterName);
-  if (counter == binding->counters.end()) return Status::kCounterNotExist;
+  const auto place = placeOf(name, point);
+  if (!place) return reasonOfNoBinding(name);
+  const auto counter = (*place)->counters.find(counterName);
+  if (counter == (*place)->counters.end()) return Status::kCounterNotExist;
   value = counter->second;
   return Status::kOk;
 }
 
 Status DynamicRuleStore::clearCounter(std::string_view name, const BindingPoint &point,
                                       std::string_view counterName) {
-  RuleBinding *binding = bindingOf(name, point);
-  if (binding == nullptr) return reasonOfNoBinding(name);
-  const auto counter = binding->counters.find(counterName);
-  if (counter == binding->counters.end()) return Status::kCounterNotExist;
+  const auto place = placeOf(name, point);
+  if (!place) return reasonOfNoBinding(name);
+  const auto counter = (*place)->counters.find(counterName);
+  if (counter == (*place)->counters.end()) return Status::kCounterNotExist;
   counter->second = 0;
   return Status::kOk;
 }
 
-Status DynamicRuleStore::install(std::string_view name) {
+Status DynamicRuleStore::install(std::string_view name, std::uint32_t connection) {
   KeptRule *kept = keptRule(name);
   if (kept == nullptr) return Status::kRuleNotExist;
-  kept->installed = true;
+  kept->installers.insert(connection);
   return Status::kOk;
 }
 
-Status DynamicRuleStore::uninstall(std::string_view name) {
+Status DynamicRuleStore::uninstall(std::string_view name, std::uint32_t connection) {
   KeptRule *kept = keptRule(name);
   if (kept == nullptr) return Status::kRuleNotExist;
-  if (!kept->installed) return Status::kInstanceNotExist;
-  kept->installed = false;
-  return Status::kOk;
+  return kept->installers.erase(connection) != 0 ? Status::kOk : Status::kInstanceNotExist;
+}
+
+void DynamicRuleStore::uninstallAllOf(std::uint32_t connection) noexcept {
+  for (auto &[name, kept] : rules_) kept.installers.erase(connection);
 }
 
 Status DynamicRuleStore::hold(std::string_view name) {
@@ -197,7 +184,7 @@ std::size_t DynamicRuleStore::removeAllOf(std::uint32_t owner) noexcept {
     if (isOwned) {
       ++found;
       takeOffEverywhere(kept);
-      kept.installed = false;
+      kept.installers.clear();
     }
     rule = isOwned && kept.holds == 0 ? rules_.erase(rule) : std::next(rule);
   }
@@ -205,16 +192,16 @@ std::size_t DynamicRuleStore::removeAllOf(std::uint32_t owner) noexcept {
 }
 
 std::uint32_t DynamicRuleStore::indexAt(std::string_view name, const BindingPoint &point) const {
-  const auto bindings = points_.find(point);
-  if (bindings == points_.end()) return 0;
-  const auto place = placeOf(bindings->second, name);
-  if (place == bindings->second.end()) return 0;
-  return static_cast<std::uint32_t>(std::distance(bindings->second.begin(), place)) + 1;
+  const auto place = placeOf(name, point);
+  if (!place) return 0;
+  const Bindings &bindings = points_.at(point);
+  const Bindings::const_iterator own = *place;
+  return static_cast<std::uint32_t>(std::distance(bindings.begin(), own)) + 1;
 }
 
 bool DynamicRuleStore::isInstalled(std::string_view name) const {
   const auto found = rules_.find(name);
-  return found != rules_.end() && found->second.installed;
+  return found != rules_.end() && !found->second.installers.empty();
 }
 
 }  // namespace aclmgr

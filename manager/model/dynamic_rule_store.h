@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <list>
 #include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -35,6 +37,8 @@ inline constexpr std::int32_t kPlacedBefore = 1;
 class DynamicRuleStore {
  public:
   explicit DynamicRuleStore(DynamicRuleLimits limits = {}) noexcept : limits_(limits) {}
+  DynamicRuleStore(DynamicRuleStore &&) = default;
+  DynamicRuleStore &operator=(DynamicRuleStore &&) = default;
 
   // Keeps a new rule. The very same rule of the same owner again is kOk; another one of the name is
   // kRuleExist. kNoMemory when there are as many as may be.
@@ -70,20 +74,23 @@ class DynamicRuleStore {
   Status clearCounter(std::string_view name, const BindingPoint &point,
                       std::string_view counterName);
 
-  // Marks a rule as installed for the local evaluation of clients, once however often it is called.
-  // kRuleNotExist.
-  Status install(std::string_view name);
+  // Marks a rule as installed for the local evaluation of the client at a connection, once however
+  // often it is called. kRuleNotExist.
+  Status install(std::string_view name, std::uint32_t connection);
 
-  // Takes the mark away. kRuleNotExist; kInstanceNotExist when it is not installed.
-  Status uninstall(std::string_view name);
+  // Takes the mark of the connection away. kRuleNotExist; kInstanceNotExist when there is none.
+  Status uninstall(std::string_view name, std::uint32_t connection);
+
+  // Takes all marks of a connection away, since it is gone.
+  void uninstallAllOf(std::uint32_t connection) noexcept;
 
   // Something else needs the rule: it is not removed until each hold() is undone by one release(),
   // which ignores rules that are not held. kRuleNotExist.
   Status hold(std::string_view name);
   void release(std::string_view name) noexcept;
 
-  // Takes every rule of an owner off all points, uninstalls it and forgets it, except that a rule
-  // that is held is kept. Returns how many rules of the owner there were.
+  // Takes every rule of an owner off all points, uninstalls it for every connection and forgets it,
+  // except that a rule that is held is kept. Returns how many rules of the owner there were.
   std::size_t removeAllOf(std::uint32_t owner) noexcept;
 
   // Returns the rule, borrowed until the next change; null when there is none.
@@ -92,6 +99,7 @@ class DynamicRuleStore {
   // Returns the rule's place at a point, counted from 1; 0 when it is not bound there.
   std::uint32_t indexAt(std::string_view name, const BindingPoint &point) const;
 
+  // Whether a rule has the mark of any connection.
   bool isInstalled(std::string_view name) const;
 
   // Whether one more binding would be refused.
@@ -101,28 +109,31 @@ class DynamicRuleStore {
   std::size_t bindingCount() const noexcept { return bindingCount_; }
 
  private:
+  using Bindings = std::list<RuleBinding>;  // of one point, in order
+  using Places = std::map<BindingPoint, Bindings::iterator>;
   struct KeptRule {
     DynamicRule rule;
-    std::size_t bindings = 0;
+    Places places;                       // where it is bound
+    std::set<std::uint32_t> installers;  // the connections that have it installed
     std::size_t holds = 0;
-    bool installed = false;
   };
-  using Bindings = std::list<RuleBinding>;  // of one point, in order
-  using Points = std::map<BindingPoint, Bindings>;
-  using Rules = std::map<std::string, KeptRule, std::less<>>;
 
   KeptRule *keptRule(std::string_view name);
-  RuleBinding *bindingOf(std::string_view name, const BindingPoint &point);
-  const RuleBinding *bindingOf(std::string_view name, const BindingPoint &point) const;
+  // Returns where a rule is bound at a point, if it is.
+  std::optional<Bindings::iterator> placeOf(std::string_view name, const BindingPoint &point) const;
   // Returns why a rule that is not bound at a point is not.
   Status reasonOfNoBinding(std::string_view name) const;
-  Status place(KeptRule &kept, const BindingPoint &point, const BindingAttributes &attributes);
-  void takeOff(KeptRule &kept, Points::iterator point) noexcept;
+  // Returns before which binding a new one comes, and sets its rank.
+  //   beside  where its relative rule is bound, if it has one
+  static Bindings::iterator nextOf(RuleBinding &binding, Bindings &bindings,
+                                   std::optional<Bindings::iterator> beside);
+  // Takes a rule off a point. Returns its next place.
+  Places::iterator takeOff(KeptRule &kept, Places::iterator place) noexcept;
   void takeOffEverywhere(KeptRule &kept) noexcept;
 
   DynamicRuleLimits limits_;
-  Rules rules_;
-  Points points_;  // none without a binding
+  std::map<std::string, KeptRule, std::less<>> rules_;
+  std::map<BindingPoint, Bindings> points_;  // none without a binding
   std::size_t bindingCount_ = 0;
 };
 

@@ -32,8 +32,12 @@ struct Policy {
   std::string name;
   std::uint16_t attribute = 0;  // the client's second count; kept, without meaning here
   std::vector<Rule> rules;
+  std::size_t encodedBytes = 0;  // of the rules, as they came
 
-  bool operator==(const Policy &) const = default;
+  // The same rules may have come in more bytes or in fewer.
+  bool operator==(const Policy &other) const {
+    return name == other.name && attribute == other.attribute && rules == other.rules;
+  }
 };
 
 // Where a policy is applied.

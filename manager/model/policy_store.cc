@@ -18,29 +18,39 @@ Status PolicyStore::add(Policy policy) {
   if (const Policy *existing = find(policy.name)) {
     return *existing == policy ? Status::kOk : Status::kPolicyExist;
   }
+  const std::size_t bytes = policy.encodedBytes;
+  if (policies_.size() >= limits_.policies || !fits(bytes, 0)) return Status::kNoMemory;
   std::string name = policy.name;
-  policies_.emplace(std::move(name), KeptPolicy{std::move(policy)});
+  policies_.emplace(std::move(name), KeptPolicy{.policy = std::move(policy), .points = {}});
+  encodedBytes_ += bytes;
   return Status::kOk;
 }
 
 Status PolicyStore::replace(Policy policy) {
   KeptPolicy *kept = keptPolicy(policy.name);
   if (kept == nullptr) return Status::kPolicyNotExist;
+  if (!fits(policy.encodedBytes, kept->policy.encodedBytes)) return Status::kNoMemory;
+  encodedBytes_ += policy.encodedBytes - kept->policy.encodedBytes;
   kept->policy = std::move(policy);
   return Status::kOk;
 }
 
-Status PolicyStore::replaceRules(std::string_view name, std::vector<Rule> rules) {
+Status PolicyStore::replaceRules(std::string_view name, std::vector<Rule> rules,
+                                 std::size_t encodedBytes) {
   KeptPolicy *kept = keptPolicy(name);
   if (kept == nullptr) return Status::kPolicyNotExist;
+  if (!fits(encodedBytes, kept->policy.encodedBytes)) return Status::kNoMemory;
+  encodedBytes_ += encodedBytes - kept->policy.encodedBytes;
   kept->policy.rules = std::move(rules);
+  kept->policy.encodedBytes = encodedBytes;
   return Status::kOk;
 }
 
 Status PolicyStore::remove(std::string_view name) {
   const auto found = policies_.find(name);
   if (found == policies_.end()) return Status::kPolicyNotExist;
-  if (found->second.bindingCount != 0 || found->second.holds != 0) return Status::kPolicyInUse;
+  if (!found->second.points.empty() || found->second.holds != 0) return Status::kPolicyInUse;
+  encodedBytes_ -= found->second.policy.encodedBytes;
   policies_.erase(found);
   return Status::kOk;
 }
@@ -49,14 +59,17 @@ Status PolicyStore::bind(std::string_view name, const BindingPoint &point,
                          std::uint8_t applyFlags) {
   KeptPolicy *kept = keptPolicy(name);
   if (kept == nullptr) return Status::kPolicyNotExist;
-  const auto [binding, isNew] =
-      bindings_.try_emplace(point, Binding{kept->policy.name, applyFlags});
-  if (isNew) {
-    ++kept->bindingCount;
-    return Status::kOk;
+  if (const auto existing = bindings_.find(point); existing != bindings_.end()) {
+    if (existing->second.policyName != name) return Status::kInstanceInUse;
+    return existing->second.applyFlags == applyFlags ? Status::kOk : Status::kInstanceExist;
   }
-  if (binding->second.policyName != name) return Status::kInstanceInUse;
-  return binding->second.applyFlags == applyFlags ? Status::kOk : Status::kInstanceExist;
+  if (bindings_.size() >= limits_.bindings) return Status::kNoHardwareResource;
+  // Of their own, so that nothing fails once the store is touched.
+  std::map<BindingPoint, Binding> newBinding{{point, {kept->policy.name, applyFlags}}};
+  std::set<BindingPoint> newPoint{point};
+  bindings_.merge(newBinding);
+  kept->points.merge(newPoint);
+  return Status::kOk;
 }
 
 Status PolicyStore::unbind(std::string_view name, const BindingPoint &point) {
@@ -67,17 +80,16 @@ Status PolicyStore::unbind(std::string_view name, const BindingPoint &point) {
     return Status::kInstanceNotExist;
   }
   bindings_.erase(binding);
-  --kept->bindingCount;
+  kept->points.erase(point);
   return Status::kOk;
 }
 
 Status PolicyStore::unbindAll(std::string_view name) {
   KeptPolicy *kept = keptPolicy(name);
   if (kept == nullptr) return Status::kPolicyNotExist;
-  if (kept->bindingCount == 0) return Status::kInstanceNotExist;
-  std::erase_if(bindings_,
-                [name](const auto &binding) { return binding.second.policyName == name; });
-  kept->bindingCount = 0;
+  if (kept->points.empty()) return Status::kInstanceNotExist;
+  for (const BindingPoint &point : kept->points) bindings_.erase(point);
+  kept->points.clear();
   return Status::kOk;
 }
 

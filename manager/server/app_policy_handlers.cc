@@ -1,15 +1,15 @@
-#include "manager/server/app_policy_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 #include "acl_lib/encoding/byte_order.h"
 #include "acl_lib/transport/message_codes.h"
 #include "manager/decode/app_policy_requests.h"
 #include "manager/server/app_policy_replies.h"
+#include "manager/server/request_log.h"
 
 namespace aclmgr {
 namespace {
@@ -68,17 +68,16 @@ std::string missingRule(const ManagerState &state,
 }
 
 std::optional<Answer> handleApply(ManagerState &state, const Request &request, RequestText &text) {
-  auto decoded = decodeApply(request.body);
+  const auto decoded = decodeApply(request.body);
   if (!decoded) return answerOf(decoded.refusal());
-  auto &[head, policy] = decoded.value();
+  const auto &[head, policy] = decoded.value();
   text.fields = fmt::format("{}, policy {}, second match {}, {} rules, attribute {}, words {} {}",
                             headText(head), quoted(policy.name), matchText(policy.secondMatch),
                             policy.entries.size(), policy.attribute, policy.word0, policy.word1);
   if (request.wantsRulesText) text.rules = entriesText(policy.entries);
-  if (std::string missing = missingRule(state, policy.entries); !missing.empty()) {
-    return Answer{Status::kRuleNotExist, std::move(missing)};
-  }
-  return Answer{state.applicationPolicies.apply(head.key, std::move(policy)), ""};
+  const Status status = state.applicationPolicies.apply(head.key, policy);
+  if (status != Status::kRuleNotExist) return Answer{status, ""};
+  return Answer{status, missingRule(state, policy.entries)};
 }
 
 std::optional<Answer> handleUnapply(ManagerState &state, const Request &request,
@@ -88,9 +87,6 @@ std::optional<Answer> handleUnapply(ManagerState &state, const Request &request,
   const auto &[head, entries] = decoded.value();
   text.fields = fmt::format("{}, {} rules", headText(head), entries.size());
   if (request.wantsRulesText) text.rules = entriesText(entries);
-  if (request.isSuperseded) {
-    return Answer{Status::kCancelled, "a request behind it applies the policy anew"};
-  }
   return Answer{state.applicationPolicies.unapply(head.key, entries), ""};
 }
 

@@ -2,6 +2,7 @@
 
 #include "acl_lib/apppolicy/app_policy_bodies.h"
 #include "acl_lib/client/reply_bodies.h"
+#include "acl_lib/encoding/byte_order.h"
 #include "acl_lib/encoding/message_body.h"
 #include "acl_lib/transport/message_codes.h"
 #include "manager/decode/app_policy_requests.h"
@@ -9,28 +10,23 @@
 
 namespace aclmgr {
 
-std::vector<std::byte> applyRangeReply(const ApplyRange &range, Status status) {
+std::vector<std::byte> applyReply(std::span<const std::byte> request, Status status) {
   using Reply = acl::ApplyReplyBody;
+  const AppPolicyHead head = appPolicyHeadOf(request);
   std::vector<std::byte> reply(Reply::size);
   acl::BodyWriter<Reply> writer(std::span<std::byte, Reply::size>(reply.data(), Reply::size));
   writer.put(Reply::code, acl::kMsgApplyAppPolicy);
   writer.put(Reply::status, static_cast<std::int16_t>(status));
-  writer.put(Reply::appId, range.appId);
-  writer.put(Reply::kind, range.kind);
-  writer.put(Reply::tag, range.tag);
-  writer.put(Reply::firstSeqNo, range.firstSeqNo);
-  writer.put(Reply::lastSeqNo, range.lastSeqNo);
+  writer.put(Reply::appId, head.key.appId);
+  writer.put(Reply::kind, head.key.kind);
+  writer.put(Reply::tag, head.key.tag);
+  writer.put(Reply::firstSeqNo, head.seqNo);
+  writer.put(Reply::lastSeqNo, head.seqNo);
   return reply;
 }
 
-std::vector<std::byte> applyReply(std::span<const std::byte> request, Status status) {
-  const AppPolicyHead head = appPolicyHeadOf(request);
-  return applyRangeReply({.appId = head.key.appId,
-                          .kind = head.key.kind,
-                          .tag = head.key.tag,
-                          .firstSeqNo = head.seqNo,
-                          .lastSeqNo = head.seqNo},
-                         status);
+void extendApplyReply(std::span<std::byte> reply, std::uint32_t lastSeqNo) noexcept {
+  acl::storeBig(reply.data() + acl::ApplyReplyBody::lastSeqNo.offset, lastSeqNo);
 }
 
 std::vector<std::byte> unapplyReply(std::span<const std::byte> request, Status status) {

@@ -1,4 +1,5 @@
-// Replies to requests about application policies.
+// Replies to requests about application policies. In files of their own, other than those of the
+// other areas, since two give them: the handlers and the round (apply_round.h).
 #ifndef MANAGER_SERVER_APP_POLICY_REPLIES_H
 #define MANAGER_SERVER_APP_POLICY_REPLIES_H
 
@@ -11,20 +12,14 @@
 
 namespace aclmgr {
 
-// The apply requests that one reply answers: those of an application, kind and tag with the numbers
-// from firstSeqNo to lastSeqNo.
-struct ApplyRange {
-  std::uint8_t appId;
-  std::uint8_t kind;
-  std::uint32_t tag;
-  std::uint32_t firstSeqNo;
-  std::uint32_t lastSeqNo;
-};
+// For the arguments see MakeReply (handlers.h).
 
-std::vector<std::byte> applyRangeReply(const ApplyRange &range, Status status);
-
-// The same for one request; for the arguments see replies.h.
+// The reply to an apply answers requests of an application, kind and tag with the numbers of a
+// range: here that of the one request, which may be an unapply as well.
 std::vector<std::byte> applyReply(std::span<const std::byte> request, Status status);
+
+// Lets the range of a reply that applyReply() has made end with another number.
+void extendApplyReply(std::span<std::byte> reply, std::uint32_t lastSeqNo) noexcept;
 
 std::vector<std::byte> unapplyReply(std::span<const std::byte> request, Status status);
 

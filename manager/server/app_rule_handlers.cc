@@ -1,15 +1,50 @@
-#include "manager/server/app_rule_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <fmt/format.h>
 
 #include <array>
 
+#include "acl_lib/client/app_rule_bodies.h"
+#include "acl_lib/client/reply_bodies.h"
+#include "acl_lib/client/rule_validity_bodies.h"
 #include "acl_lib/transport/message_codes.h"
 #include "manager/decode/app_rule_requests.h"
-#include "manager/server/app_rule_replies.h"
+#include "manager/server/reply_maker.h"
+#include "manager/server/request_log.h"
+#include "manager/server/rule_description.h"
 
 namespace aclmgr {
 namespace {
+
+std::vector<std::byte> describedRuleReply(std::span<const std::byte> request, Status status,
+                                          const RuleDescription &description) {
+  using Request = acl::AppRuleBody;
+  using Reply = acl::AppRuleReplyBody;
+  ReplyMaker<Request, Reply> reply(request, status);
+  reply.put(Reply::description, std::span(description));
+  reply.echo(Request::cookie, Reply::cookie);
+  reply.echo(Request::flags, Reply::flags);
+  reply.echo(Request::position, Reply::position);
+  reply.echo(Request::ruleName, Reply::ruleName);
+  reply.echo(Request::refName, Reply::refName);
+  return reply.take();
+}
+
+// Without a description, from which the client learns that its rule is to be dropped.
+std::vector<std::byte> appRuleReply(std::span<const std::byte> request, Status status) {
+  return describedRuleReply(request, status, {});
+}
+
+std::vector<std::byte> ruleValidityReply(std::span<const std::byte> request, Status status) {
+  using Request = acl::RuleValidityBody;
+  using Reply = acl::RuleValidityReplyBody;
+  ReplyMaker<Request, Reply> reply(request, status);
+  reply.echo(Request::cookie, Reply::cookie);
+  reply.echo(Request::argument, Reply::argument);
+  reply.echo(Request::ruleName, Reply::ruleName);
+  reply.echo(Request::policyFlag, Reply::policyFlag);
+  return reply.take();
+}
 
 std::string appRuleText(const AppRuleRequest &asked) {
   return fmt::format("dynamic rule {}, flags {}, position {}", quoted(asked.ruleName), asked.flags,
@@ -30,7 +65,7 @@ std::optional<Answer> handleConfigAppRule(ManagerState &state, const Request &re
   // Made first: when there is no memory for it, the rule is not installed.
   Answer answer{Status::kOk, "",
                 describedRuleReply(request.body, Status::kOk, description.value())};
-  answer.status = state.dynamicRules.install(asked.ruleName);
+  answer.status = state.dynamicRules.install(asked.ruleName, request.connection);
   return answer;
 }
 
@@ -39,7 +74,7 @@ std::optional<Answer> handleUnconfigAppRule(ManagerState &state, const Request &
   const auto decoded = decodeAppRule(request.body);
   if (!decoded) return answerOf(decoded.refusal());
   text.fields = appRuleText(decoded.value());
-  return Answer{state.dynamicRules.uninstall(decoded.value().ruleName), ""};
+  return Answer{state.dynamicRules.uninstall(decoded.value().ruleName, request.connection), ""};
 }
 
 Status validityOf(const ManagerState &state, const RuleValidityRequest &asked) {

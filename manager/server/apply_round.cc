@@ -1,84 +1,78 @@
 #include "manager/server/apply_round.h"
 
+#include <ranges>
 #include <set>
-#include <utility>
 
-#include "acl_lib/encoding/byte_order.h"
 #include "acl_lib/transport/message_codes.h"
+#include "manager/decode/app_policy_requests.h"
+#include "manager/server/app_policy_replies.h"
 
 namespace aclmgr {
 namespace {
 
-// Returns the head of a request about an application policy; nothing for any other request.
-std::optional<AppPolicyHead> headOf(std::span<const std::byte> body) noexcept {
-  const auto code = acl::loadBig<std::uint16_t>(body.data() + acl::kCodeOffset);
-  if (code != acl::kMsgApplyAppPolicy && code != acl::kMsgUnapplyAppPolicy) return std::nullopt;
-  return appPolicyHeadOf(body);
+// Whether a request may stand directly behind another one in a run.
+bool comesBehind(const AppPolicyHead &head, const AppPolicyHead &before) noexcept {
+  return head.key.appId == before.key.appId && head.key.kind == before.key.kind &&
+         head.key.tag == before.key.tag && head.seqNo != 0 && head.seqNo == before.seqNo + 1;
 }
 
-ApplyRange rangeOf(const AppPolicyHead &head) noexcept {
-  return {.appId = head.key.appId,
-          .kind = head.key.kind,
-          .tag = head.key.tag,
-          .firstSeqNo = head.seqNo,
-          .lastSeqNo = head.seqNo};
+Status statusOf(const CarriedOut &request) noexcept {
+  return request.answer ? request.answer->status : Status::kOk;
 }
 
-// Whether a request comes directly behind the requests of a range.
-bool comesBehind(const ApplyRange &range, const AppPolicyHead &head) noexcept {
-  return range.appId == head.key.appId && range.kind == head.key.kind &&
-         range.tag == head.key.tag && head.seqNo != 0 && head.seqNo == range.lastSeqNo + 1;
+bool isCancellable(const CarriedOut &unapply) noexcept {
+  return statusOf(unapply) == Status::kOk || statusOf(unapply) == Status::kInstanceNotExist;
 }
 
-bool isInRuns(const Request &request) noexcept {
-  return request.code == acl::kMsgApplyAppPolicy || request.isSuperseded;
+// From the last request to the first, with the keys of the accepted applies that a run has behind
+// the request.
+void cancelUnapplies(std::span<CarriedOut> round) {
+  std::set<ApplicationPolicyKey> applied;
+  std::optional<AppPolicyHead> next;  // the first request of that run
+  for (CarriedOut &current : round | std::views::reverse) {
+    const AppPolicyHead head = appPolicyHeadOf(current.request.body);
+    if (!next || !comesBehind(*next, head)) applied.clear();
+    next = head;
+    if (head.code == acl::kMsgApplyAppPolicy && statusOf(current) == Status::kOk) {
+      applied.insert(head.key);
+    } else if (head.code == acl::kMsgUnapplyAppPolicy && isCancellable(current) &&
+               applied.contains(unapplyKey(head.key))) {
+      current.answer = {Status::kCancelled, "a request behind it applies the policy anew"};
+    } else {
+      next.reset();
+    }
+  }
 }
 
 }  // namespace
 
-// From the last request to the first, with what the applies replace that a run has behind the
-// request.
-ApplyRound::ApplyRound(std::span<const std::span<const std::byte>> bodies)
-    : superseded_(bodies.size()) {
-  std::set<ApplicationPolicyKey> replaced;
-  std::optional<AppPolicyHead> next;  // in the same run
-  for (std::size_t i = bodies.size(); i > 0; --i) {
-    std::optional<AppPolicyHead> head = headOf(bodies[i - 1]);
-    if (!head || !next || !comesBehind(rangeOf(*head), *next)) replaced.clear();
-    if (head && head->code == acl::kMsgApplyAppPolicy) {
-      replaced.insert(unapplyKey(head->key));
-    } else if (head) {
-      superseded_[i - 1] = replaced.contains(unapplyKey(head->key));
-      if (!superseded_[i - 1]) head.reset();
+bool isAnsweredInRounds(std::uint16_t code) noexcept {
+  return code == acl::kMsgApplyAppPolicy || code == acl::kMsgUnapplyAppPolicy;
+}
+
+std::vector<std::vector<std::byte>> answerRound(std::span<CarriedOut> round) {
+  cancelUnapplies(round);
+  std::vector<std::vector<std::byte>> replies;
+  std::optional<AppPolicyHead> last;  // of the run that the last reply answers
+  Status lastStatus = Status::kOk;
+  for (const CarriedOut &current : round) {
+    const AppPolicyHead head = appPolicyHeadOf(current.request.body);
+    const bool isCancelled = statusOf(current) == Status::kCancelled;
+    const Status status = isCancelled ? Status::kOk : statusOf(current);
+    if (head.code == acl::kMsgUnapplyAppPolicy && !isCancelled) {
+      replies.push_back(unapplyReply(current.request.body, status));
+      last.reset();
+      continue;
     }
-    next = head;
+    if (last && comesBehind(head, *last) && status == lastStatus) {
+      extendApplyReply(replies.back(), head.seqNo);
+    } else {
+      replies.push_back(applyReply(current.request.body, status));
+    }
+    last = head;
+    lastStatus = status;
   }
-}
-
-bool ApplyRound::extend(const Request &request, Status status) noexcept {
-  if (!run_ || !isInRuns(request)) return false;
-  const AppPolicyHead head = appPolicyHeadOf(request.body);
-  if (!comesBehind(run_->range, head)) return false;
-  if (!request.isSuperseded) {
-    if (run_->status.value_or(status) != status) return false;
-    run_->status = status;
-  }
-  run_->range.lastSeqNo = head.seqNo;
-  return true;
-}
-
-bool ApplyRound::begin(const Request &request, Status status) noexcept {
-  if (!isInRuns(request)) return false;
-  run_ = Run{rangeOf(appPolicyHeadOf(request.body)), std::nullopt};
-  if (!request.isSuperseded) run_->status = status;
-  return true;
-}
-
-std::optional<std::vector<std::byte>> ApplyRound::finish() {
-  const std::optional<Run> ended = std::exchange(run_, std::nullopt);
-  if (!ended) return std::nullopt;
-  // A superseded unapply has an apply of its run behind it, so there is a status.
-  return applyRangeReply(ended->range, *ended->status);
+  return replies;
 }
 
 }  // namespace aclmgr

@@ -1,15 +1,17 @@
-#include "manager/server/client_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "acl_lib/policy/client_request_bodies.h"
 #include "acl_lib/transport/message_codes.h"
 #include "manager/decode/client_requests.h"
 #include "manager/server/reply_bodies.h"
 #include "manager/server/reply_maker.h"
+#include "manager/server/request_log.h"
 
 namespace aclmgr {
 namespace {
@@ -82,11 +84,19 @@ std::optional<Answer> handleCleanClient(ManagerState &state, const Request &requ
   if (!decoded) return answerOf(decoded.refusal());
   const auto &[appId, word1, word2] = decoded.value();
   text.fields = fmt::format("application {}, words {} {}", appId, word1, word2);
+  // Made room for first: nothing fails once something is removed.
+  constexpr std::size_t kRoomForCounts = 160;
+  if (request.wantsRulesText) text.rules.reserve(kRoomForCounts);
   // Application policies first: they hold rules.
-  state.applicationPolicies.removeAllOf(appId);
-  state.dynamicRules.removeAllOf(appId);
-  state.meters.removeAllOf(appId);
-  state.slices.removeAllOf(appId);
+  const std::size_t policies = state.applicationPolicies.removeAllOf(appId);
+  const std::size_t rules = state.dynamicRules.removeAllOf(appId);
+  const std::size_t meters = state.meters.removeAllOf(appId);
+  const std::size_t slices = state.slices.removeAllOf(appId);
+  if (request.wantsRulesText) {
+    fmt::format_to(std::back_inserter(text.rules),
+                   "  {} application policies, {} dynamic rules, {} meters, {} slices\n", policies,
+                   rules, meters, slices);
+  }
   return Answer{};
 }
 

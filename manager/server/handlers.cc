@@ -6,16 +6,27 @@
 #include <array>
 #include <span>
 
-#include "manager/server/app_policy_handlers.h"
-#include "manager/server/app_rule_handlers.h"
-#include "manager/server/client_handlers.h"
-#include "manager/server/dynamic_rule_handlers.h"
-#include "manager/server/meter_handlers.h"
-#include "manager/server/policy_handlers.h"
-#include "manager/server/slice_handlers.h"
+#include "acl_lib/encoding/message_body.h"
+#include "manager/server/handler_tables.h"
+#include "manager/server/reply_bodies.h"
+#include "manager/server/reply_maker.h"
 
 namespace aclmgr {
 namespace {
+
+// The head that requests about policies and rules have in common.
+struct RequestHead {
+  static constexpr std::size_t size = acl::kRequestHeaderSize;
+
+  static constexpr acl::Field<RequestHead, std::uint16_t> code{0, "code"};
+  static constexpr acl::Field<RequestHead, acl::RequestHeader> header{2, "header"};
+};
+
+std::vector<std::byte> unknownCodeReply(std::span<const std::byte> request, Status status) {
+  ReplyMaker<RequestHead, UnknownCodeReplyBody> reply(request, status);
+  reply.echoHeader();
+  return reply.take();
+}
 
 std::optional<Answer> refuseUnknownCode(ManagerState &, const Request &request, RequestText &text) {
   text.fields = fmt::format("{:#06x}", request.code);

@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "manager/decode/outcome.h"
 #include "manager/model/application_policy_store.h"
@@ -16,9 +17,8 @@
 #include "manager/model/peers.h"
 #include "manager/model/policy_store.h"
 #include "manager/model/slice_pool.h"
+#include "manager/server/answer.h"
 #include "manager/server/policy_assembler.h"
-#include "manager/server/replies.h"
-#include "manager/server/request_log.h"
 
 namespace aclmgr {
 
@@ -38,14 +38,19 @@ struct Request {
   std::uint32_t connection;
   std::uint16_t code;
   std::span<const std::byte> body;
-  bool wantsRulesText;        // whether RequestText::rules is to be filled
-  bool isSuperseded = false;  // an unapply that is not to be carried out, see ApplyRound
+  bool wantsRulesText;  // whether RequestText::rules is to be filled
 };
 
 // Carries a request out. Returns what is to be answered, or nothing when its policy is not yet
-// complete. A request that is refused changes nothing. May throw std::bad_alloc.
+// complete. A request that is refused changes nothing but what PolicyAssembler::take() drops. May
+// throw std::bad_alloc.
 using Handle = std::optional<Answer> (*)(ManagerState &state, const Request &request,
                                          RequestText &text);
+
+// Returns the body of a reply made from the request that it answers (reply_bodies.h).
+//   request  the request's body as it came, at least its code; echoed fields that it is too short
+//            for are zero, and a name that is not terminated is cut
+using MakeReply = std::vector<std::byte> (*)(std::span<const std::byte> request, Status status);
 
 // One row of the table of codes.
 struct Handler {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <exception>
 #include <new>
 #include <optional>
@@ -17,13 +18,14 @@ namespace aclmgr {
 namespace {
 
 // A request that the manager has no memory for is refused like any other.
-std::optional<Answer> carryOut(const Handler &handler, ManagerState &state, const Request &request,
-                               RequestText &text) {
+CarriedOut carryOut(ManagerState &state, const Request &request) {
+  CarriedOut done{&handlerOf(request.code), request, {}, {}};
   try {
-    return handler.handle(state, request, text);
+    done.answer = done.handler->handle(state, request, done.text);
   } catch (const std::bad_alloc &) {
-    return Answer{Status::kNoMemory, ""};
+    done.answer = Answer{Status::kNoMemory, ""};
   }
+  return done;
 }
 
 }  // namespace
@@ -46,42 +48,54 @@ void Manager::received(std::uint32_t connection, std::span<const std::byte> pack
 
 void Manager::disconnected(std::uint32_t connection) noexcept {
   state_.assembler.dropConnection(connection);
+  state_.dynamicRules.uninstallAllOf(connection);
   state_.peers.remove(connection);
 }
 
 void Manager::serve(std::uint32_t connection, std::span<const std::byte> packet) {
   const auto requests = requestsOf(packet);
   if (!requests) return close(connection, "malformed packet: " + requests.refusal().reason);
-  const std::vector<std::span<const std::byte>> &bodies = requests.value();
-  ApplyRound round(bodies);
+  std::vector<CarriedOut> round;
   bool takesAnswers = true;
-  for (std::size_t i = 0; takesAnswers && i < bodies.size(); ++i) {
-    const auto code = acl::loadBig<std::uint16_t>(bodies[i].data() + acl::kCodeOffset);
-    takesAnswers = serveRequest(
-        {connection, code, bodies[i], log_.showsRequests(), round.isSuperseded(i)}, round);
+  for (const std::span<const std::byte> body : requests.value()) {
+    const auto code = acl::loadBig<std::uint16_t>(body.data() + acl::kCodeOffset);
+    const Request request{connection, code, body, log_.showsRequests()};
+    if (isAnsweredInRounds(code)) {
+      round.push_back(carryOut(state_, request));
+      continue;
+    }
+    takesAnswers = finishRound(connection, round) && serveAlone(request);
+    if (!takesAnswers) break;
   }
-  if (!takesAnswers || !sendReply(connection, round.finish())) {
+  if (!takesAnswers || !finishRound(connection, round)) {
     close(connection, "it does not take its answers");
   }
 }
 
-bool Manager::serveRequest(const Request &request, ApplyRound &round) {
-  const Handler &handler = handlerOf(request.code);
-  RequestText text;
-  std::optional<Answer> answer = carryOut(handler, state_, request, text);
-  log_.request(peerText(request.connection, state_.peers.find(request.connection)),
-               handler.codeName, text, answer);
-  if (!answer) return sendReply(request.connection, round.finish());
-  if (round.extend(request, answer->status)) return true;
-  if (!sendReply(request.connection, round.finish())) return false;
-  if (round.begin(request, answer->status)) return true;
-  if (answer->reply.empty()) answer->reply = handler.makeReply(request.body, answer->status);
-  return sendReply(request.connection, answer->reply);
+bool Manager::serveAlone(const Request &request) {
+  const CarriedOut done = carryOut(state_, request);
+  show(done);
+  if (!done.answer) return true;
+  if (!done.answer->reply.empty()) return sendReply(request.connection, done.answer->reply);
+  return sendReply(request.connection, done.handler->makeReply(request.body, done.answer->status));
 }
 
-bool Manager::sendReply(std::uint32_t connection,
-                        const std::optional<std::vector<std::byte>> &body) {
-  return !body || connections_.send(connection, replyPacket(*body));
+bool Manager::finishRound(std::uint32_t connection, std::vector<CarriedOut> &round) {
+  const std::vector<std::vector<std::byte>> replies = answerRound(round);
+  for (const CarriedOut &done : round) show(done);
+  round.clear();
+  return std::ranges::all_of(replies,
+                             [&](const auto &reply) { return sendReply(connection, reply); });
+}
+
+void Manager::show(const CarriedOut &done) {
+  const std::uint32_t connection = done.request.connection;
+  log_.request(peerText(connection, state_.peers.find(connection)), done.handler->codeName,
+               done.text, done.answer);
+}
+
+bool Manager::sendReply(std::uint32_t connection, std::span<const std::byte> body) {
+  return connections_.send(connection, replyPacket(body));
 }
 
 void Manager::close(std::uint32_t connection, std::string_view reason) {

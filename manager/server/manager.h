@@ -31,7 +31,8 @@ class Manager {
   // malformed anywhere is not carried out at all, and its connection is closed.
   void received(std::uint32_t connection, std::span<const std::byte> packet) noexcept;
 
-  // A client is gone: what it had begun is dropped; its policies and bindings stay.
+  // A client is gone: what it had begun is dropped, and no rule is installed for it any more; its
+  // policies, rules and bindings stay.
   void disconnected(std::uint32_t connection) noexcept;
 
   const ManagerState &state() const noexcept { return state_; }
@@ -39,8 +40,11 @@ class Manager {
  private:
   void serve(std::uint32_t connection, std::span<const std::byte> packet);
   // These return false when the client can no longer be answered.
-  bool serveRequest(const Request &request, ApplyRound &round);
-  bool sendReply(std::uint32_t connection, const std::optional<std::vector<std::byte>> &body);
+  bool serveAlone(const Request &request);
+  // Answers the requests of a round and shows them, and leaves none of them.
+  bool finishRound(std::uint32_t connection, std::vector<CarriedOut> &round);
+  bool sendReply(std::uint32_t connection, std::span<const std::byte> body);
+  void show(const CarriedOut &done);
   void close(std::uint32_t connection, std::string_view reason);
   void closeWithoutMemory(std::uint32_t connection) noexcept;
 

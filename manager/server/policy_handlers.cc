@@ -1,17 +1,56 @@
-#include "manager/server/policy_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <fmt/format.h>
 
 #include <array>
 #include <utility>
 
+#include "acl_lib/policy/policy_bodies.h"
 #include "acl_lib/transport/message_codes.h"
+#include "acl_lib/transport/process_info_bodies.h"
 #include "manager/decode/policy_requests.h"
 #include "manager/decode/rules.h"
-#include "manager/server/replies.h"
+#include "manager/server/reply_bodies.h"
+#include "manager/server/reply_maker.h"
+#include "manager/server/request_log.h"
 
 namespace aclmgr {
 namespace {
+
+std::vector<std::byte> processInfoReply(std::span<const std::byte> request, Status status) {
+  ReplyMaker<acl::ProcessInfoBody, ProcessInfoReplyBody> reply(request, status);
+  reply.echo(acl::ProcessInfoBody::processName, ProcessInfoReplyBody::processName);
+  return reply.take();
+}
+
+// To chunks of a policy, which carry no request header.
+std::vector<std::byte> policyChunkReply(std::span<const std::byte> request, Status status) {
+  ReplyMaker<acl::PolicyChunkBody, PolicyReplyBody> reply(request, status);
+  reply.echo(acl::PolicyChunkBody::policyName, PolicyReplyBody::policyName);
+  return reply.take();
+}
+
+std::vector<std::byte> policyReply(std::span<const std::byte> request, Status status) {
+  // Modify requests have header and name where delete requests have them.
+  using Request = acl::DeletePolicyBody;
+  static_assert(acl::ModifyRuleBody::policyName.offset == Request::policyName.offset);
+  ReplyMaker<Request, PolicyReplyBody> reply(request, status);
+  reply.echoHeader();
+  reply.echo(Request::policyName, PolicyReplyBody::policyName);
+  return reply.take();
+}
+
+std::vector<std::byte> bindingReply(std::span<const std::byte> request, Status status) {
+  using Request = acl::PolicyBindingBody;
+  ReplyMaker<Request, BindingReplyBody> reply(request, status);
+  reply.echoHeader();
+  reply.echo(Request::policyName, BindingReplyBody::policyName);
+  reply.echo(Request::applyFlags, BindingReplyBody::applyFlags);
+  reply.echo(Request::port, BindingReplyBody::port);
+  reply.echo(Request::vlan, BindingReplyBody::vlan);
+  reply.echo(Request::direction, BindingReplyBody::direction);
+  return reply.take();
+}
 
 std::optional<Answer> handleProcessInfo(ManagerState &state, const Request &request,
                                         RequestText &text) {
@@ -28,7 +67,7 @@ Answer takePolicy(ManagerState &state, const Request &request, const PolicyChunk
   auto rules = decodeRules(encodedRules, head.ruleCount);
   if (!rules) return answerOf(rules.refusal());
   if (request.wantsRulesText) text.rules = rulesText(rules.value());
-  Policy policy{head.policyName, head.attribute, std::move(rules.value())};
+  Policy policy{head.policyName, head.attribute, std::move(rules.value()), encodedRules.size()};
   return {request.code == acl::kMsgAddPolicy ? state.policies.add(std::move(policy))
                                              : state.policies.replace(std::move(policy)),
           ""};
@@ -82,7 +121,9 @@ std::optional<Answer> handleModifyRule(ManagerState &state, const Request &reque
   auto rules = decodeRules(modify.rules, std::nullopt);
   if (!rules) return answerOf(rules.refusal());
   if (request.wantsRulesText) text.rules = rulesText(rules.value());
-  return Answer{state.policies.replaceRules(modify.policyName, std::move(rules.value())), ""};
+  return Answer{
+      state.policies.replaceRules(modify.policyName, std::move(rules.value()), modify.rules.size()),
+      ""};
 }
 
 constexpr auto kHandlers = std::to_array<Handler>({

@@ -126,7 +126,9 @@ void RequestLog::request(const std::string &from, std::string_view codeName,
       fmt::format("{}: {}{}{}: {}", from, codeName, text.fields.empty() ? "" : " ", text.fields,
                   answerText(answer));
   if (requests_ != nullptr) write(requests_, line + '\n' + text.rules);
-  if (answer && answer->status != Status::kOk) notice("refused: " + line);
+  const bool isRefused =
+      answer && answer->status != Status::kOk && answer->status != Status::kCancelled;
+  if (isRefused) notice("refused: " + line);
 }
 
 void RequestLog::notice(const std::string &line) {

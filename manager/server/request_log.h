@@ -12,25 +12,9 @@
 
 #include "manager/model/peers.h"
 #include "manager/model/policy.h"
-#include "manager/model/status.h"
+#include "manager/server/answer.h"
 
 namespace aclmgr {
-
-// What is answered to a request. The reason is for people and empty on success.
-struct Answer {
-  Status status = Status::kOk;
-  // NOLINTBEGIN(readability-redundant-member-init): g++ warns of answers that leave members out
-  std::string reason = {};
-  // The reply's body, when its request and status do not tell all of it.
-  std::vector<std::byte> reply = {};
-  // NOLINTEND(readability-redundant-member-init)
-};
-
-// What one request says, collected while it is handled.
-struct RequestText {
-  std::string fields;  // policy name and other fields, on one line
-  std::string rules;   // see rulesText(); only filled when it is wanted
-};
 
 // Returns a text between quotation marks, with everything unprintable escaped: names come from
 // clients and must not be able to forge lines.
@@ -57,7 +41,8 @@ class RequestLog {
   // Whether requests are shown, so that their rules need to be rendered.
   bool showsRequests() const noexcept { return requests_ != nullptr; }
 
-  // Shows one request. No answer yet means that more chunks of it are to come.
+  // Shows one request, and among the notices if it is refused, which one that is cancelled is not.
+  // No answer yet means that more chunks of it are to come.
   void request(const std::string &from, std::string_view codeName, const RequestText &text,
                const std::optional<Answer> &answer);
 

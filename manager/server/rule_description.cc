@@ -1,8 +1,5 @@
 #include "manager/server/rule_description.h"
 
-#include <fmt/format.h>
-
-#include <algorithm>
 #include <span>
 
 #include "acl_lib/encoding/message_body.h"
@@ -28,10 +25,7 @@ Outcome<RuleDescription> describeRule(const DynamicRule &rule, std::uint32_t att
   const auto terms = termsOf(rule.rule);
   if (!terms) return terms.refusal();
   const std::size_t count = terms.value().size();
-  if (count > Body::kTerms) {
-    return Refusal{Status::kConfigFailed,
-                   fmt::format("{} terms do not fit into {}", count, std::size_t{Body::kTerms})};
-  }
+  static_assert(kMaxRuleTerms <= Body::kTerms);
   std::array<std::byte, Body::kTerms * TermBody::size> termBytes{};
   for (std::size_t i = 0; i < count; ++i) {
     writeTerm(terms.value()[i],

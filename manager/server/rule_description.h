@@ -17,8 +17,8 @@ using RuleDescription = std::array<std::byte, acl::RuleDescriptionBody::size>;
 
 // Describes a rule: its name, its id as ruleWord, and its terms (rule_terms.h).
 //   attrA, attrB  what the client knows the rule's flags and its place as
-// Returns the description; kConfigFailed, and why, when the rule has more terms than a description
-// holds or one that cannot be told: half a rule would decide otherwise than the whole.
+// Returns the description; kConfigFailed, and why, when the rule has no terms: a description of a
+// part of it would decide otherwise than the whole.
 Outcome<RuleDescription> describeRule(const DynamicRule &rule, std::uint32_t attrA,
                                       std::uint32_t attrB);
 

@@ -1,4 +1,4 @@
-#include "manager/server/slice_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <fmt/format.h>
 
@@ -9,6 +9,7 @@
 #include "acl_lib/transport/message_codes.h"
 #include "manager/decode/slice_requests.h"
 #include "manager/server/reply_maker.h"
+#include "manager/server/request_log.h"
 
 namespace aclmgr {
 namespace {

@@ -20,26 +20,31 @@ namespace acl_test {
 enum class Ending {
   kRefuses,  // it has the given result and changes nothing
   kFails,    // it has the given result; what it has changed before stays
-  kGoesOn,   // it does without, and has its usual result
+  kGoesOn,   // it does without and has its usual result, with an effect that shows what is missing
   kAborts,   // it ends the process
 };
+
+// Says in words what a call has come to, apart from its result.
+using Observe = std::string (*)();
 
 struct Outcome {
   Ending ending;
   std::int64_t result;
+  Observe observe;
+  const char *effect;  // what `observe` says afterwards
 };
 
 constexpr Outcome refuses(std::int64_t result) {
-  return {Ending::kRefuses, result};
+  return {Ending::kRefuses, result, nullptr, nullptr};
 }
 constexpr Outcome fails(std::int64_t result) {
-  return {Ending::kFails, result};
+  return {Ending::kFails, result, nullptr, nullptr};
 }
-constexpr Outcome goesOn() {
-  return {Ending::kGoesOn, 0};
+constexpr Outcome goesOn(Observe observe, const char *effect) {
+  return {Ending::kGoesOn, 0, observe, effect};
 }
 constexpr Outcome aborts() {
-  return {Ending::kAborts, 0};
+  return {Ending::kAborts, 0, nullptr, nullptr};
 }
 
 // The outcomes when the first, the second, ... is not there; the last one stands for all that

@@ -55,13 +55,17 @@ class ArrangedLibrary {
     return out.str() + stateOfTheLibrary();
   }
 
-  // Keeps a policy until the end of the test; tells whether it is one.
-  bool keep(AclPolicyHandle handle) {
-    if (acl::findPolicy(handle) == nullptr) return false;
+  // Keeps a policy until the end of the test, as the last one that was made. Returns 1; what is no
+  // policy is returned as it is.
+  std::int64_t keep(AclPolicyHandle handle) {
+    if (acl::findPolicy(handle) == nullptr) return handle;
     const test_support::AllocationExemption exemption;
     made_.push_back(handle);
-    return true;
+    return 1;
   }
+
+  // The policy that was kept last.
+  const AclPolicy &keptPolicy() const { return *acl::findPolicy(made_.back()); }
 
   // Lets the open rule of `policy` be `length` bytes long.
   void fillOpenRule(std::uint32_t length) const {

@@ -1,4 +1,6 @@
-// All that a program and the platform can see of the library, in words.
+// What a program and the platform can see of the library, in words: its policies, tables, settings
+// and connection with all their fields but links and spare words, and how much the platform has
+// been given.
 #ifndef TESTS_ACL_LIB_LIBRARY_STATE_H
 #define TESTS_ACL_LIB_LIBRARY_STATE_H
 
@@ -13,7 +15,8 @@ namespace acl_test {
 // A policy's fields and the bytes of its rules.
 inline void describe(std::ostream &out, const AclPolicy &policy) {
   out << policy.policyName << ": " << policy.ruleCount << " rules, " << policy.usedSize << " of "
-      << policy.bufferSize << " bytes, state " << policy.stateFlags << ", open at ";
+      << policy.bufferSize << " bytes, attribute " << policy.policyAttr << ", state "
+      << policy.stateFlags << ", open at ";
   if (policy.openRule == nullptr) {
     out << "none";
   } else {
@@ -36,24 +39,32 @@ inline void describeRuleTable(std::ostream &out) {
   out << "rule table of " << gClientEntryList.count << ":";
   const AclClientEntry *entry = gClientEntryList.first;
   for (std::int32_t i = 0; i < gClientEntryList.count; ++i, entry = entry->next) {
-    out << ' ' << entry->name << ' ' << entry->ruleWord << ' ' << entry->permitHits << '/'
-        << entry->denyHits;
+    out << '\n'
+        << entry->name << ": word " << entry->ruleWord << ", attributes " << entry->attrA << ' '
+        << entry->attrB << ", hits " << entry->permitHits << '/' << entry->denyHits << ", "
+        << entry->termCount << " terms\n"
+        << test_support::hexDump(test_support::copyOf(entry->terms, sizeof(entry->terms)));
   }
   out << '\n';
 }
 
-// The applications that have no requests are left out: whether they are known makes no difference.
+inline void describe(std::ostream &out, const AclApplReq &request) {
+  out << "\n  " << request.seqNo << ' ' << request.name << ": code " << request.reqCode
+      << ", cookie " << request.cookie << ", kind " << int{request.kind} << ", tag " << request.tag;
+}
+
 inline void describePendingRequests(std::ostream &out) {
   out << "pending requests up to " << aclReqSeqCounter << ":";
   AclApplInfo *const first = gaclApplReqList.first;
   AclApplInfo *application = first;
-  do {
+  while (application != nullptr) {
+    out << "\napplication " << int{application->applId};
     for (AclApplReq *request = aclFindFirstApplReq(application); request != nullptr;
          request = aclFindNextApplReq(request)) {
-      out << ' ' << int{application->applId} << '/' << request->seqNo;
+      describe(out, *request);
     }
-    if (application != nullptr) application = application->next;
-  } while (application != first);
+    application = application->next == first ? nullptr : application->next;
+  }
   out << '\n';
 }
 
@@ -61,14 +72,25 @@ inline void describeConnection(std::ostream &out) {
   const TransHandle *handle = aclHandle;
   out << "handle " << handle;
   if (handle != nullptr) {
-    out << " with peer " << handle->peerId << " and "
-        << handle->builder.cursor - handle->builder.start << " bytes to send";
+    const auto length = static_cast<std::size_t>(handle->builder.cursor - handle->builder.start);
+    out << " with peer " << handle->peerId << ", connected " << handle->connected << ", to send:\n"
+        << test_support::hexDump(test_support::copyOf(handle->builder.start, length));
   }
   out << ", peer " << aclPeerId << ", trace buffer " << aclTraceBufferHandle << ", callbacks "
       << reinterpret_cast<const void *>(aclMsgCallback) << ' '
       << reinterpret_cast<const void *>(aclConnectionHandler) << ", synchronous channel "
       << aclLibSyncConfigService << ' ' << aclLibSyncConfigPeerId << ", events "
       << _evlog_ACL_ComponentHandle << '\n';
+}
+
+inline void describeSettings(std::ostream &out) {
+  out << "debug " << aclLibDebug << ", status text " << aclStatusStringBuff << ", trace settings ";
+  if (aclState == nullptr) {
+    out << "none\n";
+  } else {
+    out << aclState->debugLevel << ' ' << aclState->printLevel << ' ' << aclState->cliHandle
+        << '\n';
+  }
 }
 
 inline void describePlatform(std::ostream &out) {
@@ -84,6 +106,7 @@ inline std::string stateOfTheLibrary() {
   describeRuleTable(out);
   describePendingRequests(out);
   describeConnection(out);
+  describeSettings(out);
   describePlatform(out);
   return out.str();
 }

@@ -73,6 +73,15 @@ class LibraryTest : public testing::Test {
     return bodies;
   }
 
+  // The lengths of the packets that have been sent.
+  static std::vector<std::size_t> sentPacketLengths() {
+    std::vector<std::size_t> lengths;
+    for (const swplat_fake::SentPacket &packet : fake().sentPackets()) {
+      lengths.push_back(packet.bytes.size());
+    }
+    return lengths;
+  }
+
   // Starts the library, and connects it to kPeer.
   static void startConnected(AclMsgCallback callback) {
     ASSERT_EQ(aclLibConnect(callback), 0);

@@ -2,6 +2,7 @@
 #ifndef TESTS_ACL_LIB_REQUEST_TEST_H
 #define TESTS_ACL_LIB_REQUEST_TEST_H
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -11,6 +12,12 @@ namespace acl_test {
 
 inline constexpr char kNameOf40[] = "abcdefghijklmnopqrstuvwxyz0123456789ABCD";
 inline constexpr char kOtherNameOf40[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZ9876543210abcd";
+
+// Numbers that fill their fields, with four different bytes: what is cut or shifted on the way
+// shows.
+inline constexpr std::uint32_t kWideApplication = 0x8A0B0C0D;
+inline constexpr std::uint32_t kWidePort = 0x9A1B2C3D;  // 27:11325
+inline constexpr std::int32_t kWideVlan = -236792892;   // 0xF1E2D3C4
 
 // Exactly 32 characters with nothing behind them: whoever reads further leaves the block.
 class UnendedName {
@@ -54,12 +61,42 @@ inline AclDynRuleRecord dynamicRule() {
   return record;
 }
 
-// The same with names that fill their fields.
-inline AclDynRuleRecord dynamicRuleWithLongNames() {
+// The same with names and numbers that fill their fields.
+inline AclDynRuleRecord wideDynamicRule() {
   AclDynRuleRecord record = dynamicRule();
+  record.appId = kWideApplication;
+  record.priority = -506281035;  // 0xE1D2C3B5
+  record.port = kWidePort;
+  record.vlan = kWideVlan;
+  record.direction = 0x97;
   fillName(record.ruleName, kNameOf40);
   fillName(record.relativeRuleName, kOtherNameOf40);
   return record;
+}
+
+// A record all of whose bytes are 0xFF, and which has its names: what is copied too far shows.
+inline AclDynRuleRecord fullDynamicRule() {
+  AclDynRuleRecord record;
+  std::memset(&record, 0xFF, sizeof(record));
+  fillName(record.ruleName, kNameOf40);
+  fillName(record.relativeRuleName, kNameOf40);
+  return record;
+}
+
+// Where a field lies in a body.
+struct FieldPlace {
+  std::size_t offset, width;
+};
+
+// Tells whether every byte of a body is zero that lies in none of the fields.
+inline testing::AssertionResult isZeroBeside(const std::vector<FieldPlace> &fields, Bytes body) {
+  for (const auto &[offset, width] : fields) {
+    std::fill_n(body.begin() + static_cast<std::ptrdiff_t>(offset), width, std::byte{0});
+  }
+  const auto other =
+      std::ranges::find_if(body, [](std::byte byte) { return byte != std::byte{0}; });
+  if (other == body.end()) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << "byte " << other - body.begin() << " is not zero";
 }
 
 // Application ids and the names that traces show for them.

@@ -234,11 +234,17 @@ class AllocationTableTest(TreeTest):
     ROWS = ('needsNothing("a1", addEntry<a1>),', 'needsMemory("a2", [] { return a2(1); }, 1),',
             'needsMemory("a2", [] { return a2(2); }, 1),')
 
+    JOIN = "std::vector<Row> allRows() {\n  return {kRows};\n}\n"
+
     def messages_for(self, *rows):
+        return self.messages_for_table("const Row kRows[] = {\n" +
+                                       "".join(row + "\n" for row in rows) +
+                                       "};\nint x = a1() + a2();\n" + self.JOIN)
+
+    def messages_for_table(self, text):
         self.write("include/acl_lib.h", "SWITCH_API int a1(void);\nSWITCH_API int a2(int x);\n"
                    "SWITCH_API extern int shared[2];\n")
-        self.write(allocation_table.TABLE, "const Row kRows[] = {\n" +
-                   "".join(row + "\n" for row in rows) + "};\nint x = a1() + a2();\n")
+        self.write(allocation_table.TABLE, text)
         return allocation_table.check(self.root)
 
     def test_a_missing_table_is_reported(self):
@@ -263,6 +269,19 @@ class AllocationTableTest(TreeTest):
     def test_a_row_that_makes_another_call_is_reported(self):
         self.assertEqual(self.messages_for(self.ROWS[1], 'needsNothing("a1", addEntry<a2>),'),
                          [f"{allocation_table.TABLE}:3: a1: the row makes another call"])
+
+    def test_an_array_whose_rows_do_not_run_is_reported(self):
+        other = f"const std::vector<Row> kOtherRows = {{\n    {self.ROWS[1]}\n}};\n"
+        table = f"const std::vector<Row> kRows = {{\n    {self.ROWS[0]}\n}};\n"
+        self.assertEqual(self.messages_for_table(table + other + self.JOIN),
+                         [f"{allocation_table.TABLE}:4: kOtherRows: not joined in allRows()"])
+        self.assertEqual(self.messages_for_table(
+            table + other + self.JOIN.replace("kRows", "kRows, kOtherRows")), [])
+
+    def test_rows_do_not_run_without_all_rows(self):
+        self.assertEqual(self.messages_for_table(f"const Row kRows[] = {{\n{self.ROWS[0]}\n"
+                                                 f"{self.ROWS[1]}\n}};\nvoid f() {{ kRows; }}\n"),
+                         [f"{allocation_table.TABLE}:1: kRows: not joined in allRows()"])
 
 
 class DocumentLinksTest(TreeTest):

@@ -15,7 +15,11 @@
 extern "C" {
 #endif
 
-/* The links of a node; written by the tree only. */
+/*
+ * The links of a node: lower nodes hang on the left, higher ones on the right, null where there are
+ * none; the parent is null at the root. A tree is searched by following them, too. They and the
+ * balance are written by the tree only.
+ */
 typedef struct KvNode {
   struct KvNode *left, *right, *parent;
   intptr_t balance;
@@ -26,7 +30,8 @@ typedef int32_t (*KvCompare)(const void *a, const void *b);
 
 /*
  * Links a node into the tree.
- * Returns 0; -1 where an equal node is there already (the tree and the node are unchanged).
+ * Returns 0; -1 where an equal node is there already (the tree and the node are unchanged), and for
+ * a null node.
  */
 SWITCH_API int32_t kvtreeInsert(void *node, KvNode **root, KvCompare compare) SWITCH_NOEXCEPT;
 
@@ -39,7 +44,8 @@ SWITCH_API int32_t kvtreeDelete(void *node, KvNode **root) SWITCH_NOEXCEPT;
 /* Returns the lowest node, or null when the tree is empty. */
 SWITCH_API void *kvtreeFirst(KvNode **root) SWITCH_NOEXCEPT;
 
-/* Returns the node that follows `node` in ascending order, or null after the last one. */
+/* Returns the node that follows `node` in ascending order, or null after the last one and for a
+ * null node. */
 SWITCH_API void *kvtreeNext(const void *node) SWITCH_NOEXCEPT;
 
 /*

@@ -248,6 +248,15 @@ TEST_F(AppPoliciesTest, UnapplySendsLessOfTheMatchThanApply) {
   }
 }
 
+TEST_F(AppPoliciesTest, UnapplySendsNeitherNameAttributeNorTheFirstTwoWords) {
+  EXPECT_EQ(Request(0).unapply(), 0);
+  const Bytes body = sentBodies().at(0);
+  EXPECT_EQ(Bytes(body.begin() + 596, body.begin() + 600), Bytes(4));
+  EXPECT_EQ(Bytes(body.begin() + 720, body.begin() + 760), Bytes(40));
+  EXPECT_EQ(wordAt(body, 712), 0x11121314U);
+  EXPECT_EQ(wordAt(body, 716), 0x21222324U);
+}
+
 TEST_F(AppPoliciesTest, UnapplySendsTheFirstMatchWhateverTheMatchCount) {
   for (const int matchCount : {0, 1, 2, 255}) {
     Request request(static_cast<std::uint8_t>(matchCount));
@@ -327,8 +336,27 @@ TEST_F(AppPoliciesTest, WithoutMemoryForTheRegistrationTheSequenceNumberIsZero) 
 }
 
 TEST_F(AppPoliciesTest, ApplicationZeroIsSentWithoutASequenceNumberWhileNoneHasRegistered) {
-  EXPECT_EQ(aclLibApplyAppPolicy(Request().get(), 0, kFlags, kCallerRef), 0);
-  EXPECT_EQ(wordAt(sentBodies().at(0), 588), 0U);
+  for (const AppPolicyCall call : kBothCalls) {
+    fake().forgetCalls();
+    EXPECT_EQ(call(Request().get(), 0, kFlags, kCallerRef), 0);
+    EXPECT_EQ(wordAt(sentBodies().at(0), 588), 0U);
+  }
+}
+
+TEST_F(AppPoliciesTest, NumberThatStillWaitsIsNotGivenOutAgain) {
+  for (const AppPolicyCall call : kBothCalls) {
+    forgetRequests();
+    aclReqSeqCounter = 6;
+    EXPECT_EQ(call(Request().get(), kApplication, kFlags, kCallerRef), 0);
+    aclReqSeqCounter = 6;
+    fake().forgetCalls();
+    EXPECT_EQ(call(Request().get(), kApplication, kFlags, kCallerRef), 0);
+    EXPECT_EQ(wordAt(sentBodies().at(0), 588), 0U);
+    ASSERT_NE(pending(), nullptr);
+    EXPECT_EQ(pending()->seqNo, 7U);
+    EXPECT_EQ(aclFindNextApplReq(aclFindFirstApplReq(aclLibFindApplInfo(kApplication, 0))),
+              nullptr);
+  }
 }
 
 // ---- Refusals and results
@@ -359,8 +387,12 @@ TEST_F(AppPoliciesTest, ResultIsThatOfTheSend) {
 
 TEST_F(AppPoliciesTest, RequestThatCouldNotBeSentStaysPending) {
   transHandleSetPeer(aclHandle, 0);
-  EXPECT_EQ(Request().apply(), -1);
-  EXPECT_NE(pending(), nullptr);
+  for (const AppPolicyCall call : kBothCalls) {
+    forgetRequests();
+    EXPECT_EQ(call(Request().get(), kApplication, kFlags, kCallerRef), -1);
+    ASSERT_NE(pending(), nullptr);
+    EXPECT_EQ(pending()->seqNo, aclReqSeqCounter);
+  }
 }
 
 TEST_F(AppPoliciesTest, NothingIsTraced) {

@@ -11,6 +11,11 @@ TEST(RuleActionNames, EachActionHasItsName) {
   for (const char *name : kNames) EXPECT_STREQ(aclGetRuleActionString(++action), name) << action;
 }
 
+TEST(RuleActionNames, Actions7And8AreNamedAs1And2) {
+  EXPECT_STREQ(aclGetRuleActionString(7), aclGetRuleActionString(1));
+  EXPECT_STREQ(aclGetRuleActionString(8), aclGetRuleActionString(2));
+}
+
 TEST(RuleActionNames, OtherActionsAreUnknown) {
   for (const std::int32_t action : {0, 9, -1, 10, 256 + 1, std::numeric_limits<std::int32_t>::min(),
                                     std::numeric_limits<std::int32_t>::max()}) {

@@ -90,6 +90,13 @@ TEST_F(SlicesTest, NullRequestIsRefused) {
   expectRefusal([] { return aclLibSliceConfig(nullptr, 1); }, -2);
 }
 
+TEST_F(SlicesTest, BadApplicationGivesMinus1AndANullRequestMinus2) {
+  AclSliceRequest request = reservation();
+  request.appId = 29;
+  EXPECT_EQ(aclLibSliceConfig(&request, 0), -1);
+  EXPECT_EQ(aclLibSliceConfig(nullptr, 0), -2);
+}
+
 TEST_F(SlicesTest, ResultIsThatOfTheSend) {
   expectResultsOfTheSend(reserve);
 }

@@ -1,7 +1,5 @@
 #include "tests/acl_lib/client/rule_table_test.h"
 
-#include <span>
-
 namespace {
 
 using namespace acl_test;
@@ -129,6 +127,14 @@ TEST_F(AppRulesTest, WithoutAPeerConfigReturns0AndUnconfigMinus1) {
   EXPECT_THAT(ringNames(), IsEmpty());
 }
 
+TEST_F(AppRulesTest, ConfigTakesNamesOfTheTable) {
+  createRules({"web-in", "ssh-in"});
+  EXPECT_EQ(config(aclLibFindNextRule("web-in"), aclLibGetFirstRule()), 1);
+  ASSERT_EQ(sentBodies().size(), 1U);
+  EXPECT_TRUE(matchesGolden(sentBodies()[0], "client/config_app_rule_with_reference.golden"));
+  EXPECT_THAT(ringNames(), ElementsAre("web-in", "ssh-in", "ssh-in"));
+}
+
 // ---- Unconfiguring one rule
 
 TEST_F(AppRulesTest, UnconfigDeletesTheRuleAndSendsItsName) {
@@ -145,6 +151,29 @@ TEST_F(AppRulesTest, UnconfigOfAnUnknownRuleIsSentAllTheSame) {
   ASSERT_EQ(sentBodies().size(), 1U);
   EXPECT_TRUE(matchesGolden(sentBodies()[0], "client/unconfig_app_rule.golden"));
   EXPECT_THAT(ringNames(), ElementsAre("a"));
+}
+
+TEST_F(AppRulesTest, UnconfigTakesANameThatItDeletes) {
+  createRules({"ssh-in", "b"});
+  EXPECT_EQ(unconfig(aclLibGetFirstRule()), 0);
+  EXPECT_THAT(ringNames(), ElementsAre("b"));
+  createRules({"ssh-in"});
+  EXPECT_EQ(unconfig(aclLibFindClientEntry("ssh-in")->name), 0);
+  EXPECT_THAT(ringNames(), ElementsAre("b"));
+  ASSERT_EQ(sentBodies().size(), 2U);
+  for (const Bytes &body : sentBodies()) {
+    EXPECT_TRUE(matchesGolden(body, "client/unconfig_app_rule.golden"));
+  }
+}
+
+TEST_F(AppRulesTest, UnconfigWhileTheCountIsZeroSendsTheNameAndDeletesNothing) {
+  createRules({"ssh-in"});
+  gClientEntryList.count = 0;
+  EXPECT_EQ(unconfig("ssh-in"), 0);
+  gClientEntryList.count = 1;
+  ASSERT_EQ(sentBodies().size(), 1U);
+  EXPECT_TRUE(matchesGolden(sentBodies()[0], "client/unconfig_app_rule.golden"));
+  EXPECT_THAT(ringNames(), ElementsAre("ssh-in"));
 }
 
 TEST_F(AppRulesTest, UnconfigSendsANameOf40CharactersCutTo32) {
@@ -210,6 +239,15 @@ TEST_F(AppRulesTest, UnconfigOfANullNameIgnoresTheResultsOfTheSends) {
 TEST_F(AppRulesTest, UnconfigOfANullNameOfAnEmptyTableReturns1AndSendsNothing) {
   EXPECT_EQ(unconfig(nullptr), 1);
   EXPECT_THAT(sentBodies(), IsEmpty());
+}
+
+TEST_F(AppRulesTest, UnconfigOfANullNameWhileTheCountIsZeroDeletesAndSendsNothing) {
+  createRules({"a", "b"});
+  gClientEntryList.count = 0;
+  EXPECT_EQ(unconfig(nullptr), 1);
+  gClientEntryList.count = 2;
+  EXPECT_THAT(sentBodies(), IsEmpty());
+  EXPECT_THAT(ringNames(), ElementsAre("a", "b"));
 }
 
 TEST_F(AppRulesTest, RuleIsDeletedBeforeItsRequestIsSent) {

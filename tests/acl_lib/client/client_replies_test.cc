@@ -135,7 +135,7 @@ TEST_F(ClientRepliesTest, ReplyFor5To7AnswersTheseInOrderAndLeaves4And8) {
   EXPECT_THAT(pending(), ElementsAre(4, 8));
 }
 
-TEST_F(ClientRepliesTest, ReplyForOneNumberAnswersThatOne) {
+TEST_F(ClientRepliesTest, ReplyForOneNumberAnswersThatOneAndLeavesItsNeighbours) {
   addRequests({4, 5, 6});
   answerApply(5, 5);
   EXPECT_THAT(answered(), ElementsAre(5));
@@ -237,7 +237,7 @@ TEST_F(ClientRepliesTest, PendingUnapplyRequestInTheRangeIsCancelledSilently) {
   EXPECT_THAT(pending(), IsEmpty());
 }
 
-TEST_F(ClientRepliesTest, UnapplyRequestOfAnotherKindIsNotCancelled) {
+TEST_F(ClientRepliesTest, PendingUnapplyRequestOfAnotherKindStays) {
   addRequest(2, kUnapply, kKind + 1);
   answerApply(1, 3);
   EXPECT_THAT(pending(), ElementsAre(2));
@@ -395,12 +395,13 @@ TEST_F(ClientRepliesTest, ReplyForAnApplicationWithoutRequestsIsDropped) {
   EXPECT_THAT(traces(), IsEmpty());
 }
 
-TEST_F(ClientRepliesTest, ReplyWithoutACoveredRequestLeavesTheBodyAlone) {
+TEST_F(ClientRepliesTest, ReplyWithoutACoveredRequestLeavesTheBodyAndTheRequestsAlone) {
   addRequest(9);
   Bytes body = applyReply(1, 8).bytes();
   const Bytes before = body;
   aclLibSendClientConfigReply(body.data());
   EXPECT_EQ(body, before);
+  EXPECT_THAT(pending(), ElementsAre(9));
 }
 
 TEST_F(ClientRepliesTest, WithoutACallbackRequestsAreTracedAndRemovedAllTheSame) {
@@ -450,22 +451,114 @@ TEST_F(ClientRepliesTest, RequestThatTheCallbackPutInTheAnsweredOnesPlaceStays) 
   std::free(removed);
 }
 
-TEST_F(ClientRepliesTest, CallbackMayRegisterRequestsWithoutEnd) {
+// Takes a request away and links another one of its number, as if that had got its freed memory.
+void replaceInTheSameBlock(AclApplInfo *application, std::uint32_t seqNo) {
+  AclApplReq *block = aclFindApplReqBySeqNo(0, seqNo, &application->requests);
+  ASSERT_EQ(aclDeleteApplReq(block, application), 0);
+  *block = AclApplReq{};
+  block->reqCode = kApply;
+  block->seqNo = seqNo;
+  block->cookie = 2000 + seqNo;
+  block->kind = kKind;
+  block->tag = kTag;
+  ASSERT_EQ(aclInsertApplReq(block, &application->requests), 0);
+}
+
+TEST_F(ClientRepliesTest, RequestOfTheSameNumberInTheMemoryOfTheAnsweredOneStays) {
+  addRequests({1, 2, 3});
+  react([](void *) {
+    if (answers().size() == 1) replaceInTheSameBlock(application(), 1);
+    if (answers().size() == 3) replaceInTheSameBlock(application(), 3);
+  });
+  answerApply(1, 2);
+  answerUnapply(unapplyReply(3));
+  EXPECT_THAT(answered(), ElementsAre(1, 2, 3));
+  EXPECT_THAT(pending(), ElementsAre(1, 3));
+  answerApply(1, 3);
+  EXPECT_THAT(answered(), ElementsAre(1, 2, 3, 1001, 1003));
+  EXPECT_THAT(pending(), IsEmpty());
+}
+
+TEST_F(ClientRepliesTest, RequestIsForgottenOnceHoweverManyAnswersAreInFlight) {
+  addRequests({1});
+  react([](void *) {
+    // Three answers lie in one another; the innermost one finds another request in the block.
+    if (answers().size() < 3) return answerApply(1, 1);
+    if (answers().size() == 3) replaceInTheSameBlock(application(), 1);
+  });
+  answerApply(1, 1);
+  EXPECT_THAT(answered(), ElementsAre(1, 1, 1));
+  EXPECT_THAT(pending(), ElementsAre(1));
+}
+
+TEST_F(ClientRepliesTest, CallbackMayMoveTheAnsweredRequestToAnotherApplication) {
+  addRequest(1);
+  AclApplInfo *const other = aclLibFindApplInfo(kApplication + 1, 1);
+  react([other](void *) {
+    AclApplReq *request = aclFindFirstApplReq(application());
+    aclDeleteApplReq(request, application());
+    aclInsertApplReq(request, &other->requests);
+  });
+  answerApply(1, 1);
+  EXPECT_THAT(pending(), IsEmpty());
+  EXPECT_NE(aclFindApplReqBySeqNo(0, 1, &other->requests), nullptr);
+}
+
+TEST_F(ClientRepliesTest, RefusedRemovalByTheCallbackLeavesTheRequestToTheLibrary) {
+  addRequests({1, 2});
+  react([](void *) {
+    AclApplReq *request = aclFindFirstApplReq(application());
+    EXPECT_EQ(aclDeleteApplReq(request, aclLibFindApplInfo(kApplication + 1, 1)), -1);
+  });
+  answerApply(1, 1);
+  EXPECT_THAT(pending(), ElementsAre(2));
+}
+
+TEST_F(ClientRepliesTest, NewRequestOfTheRangeAboveTheAnsweredOneIsAnsweredToo) {
+  addRequests({1, 2});
+  react([](void *) {
+    if (answers().size() == 2) addRequests({3, 7, 8});
+  });
+  answerApply(1, 7);
+  EXPECT_THAT(answered(), ElementsAre(1, 2, 3, 7));
+  EXPECT_THAT(pending(), ElementsAre(8));
+}
+
+TEST_F(ClientRepliesTest, NewRequestBelowTheAnsweredOneOrOutsideTheRangeStays) {
+  addRequests({4, 6});
+  react([](void *) {
+    if (answers().size() == 1) addRequests({1, 2, 3, 9});
+    if (answers().size() == 2) addRequests({5, 8});
+  });
+  answerApply(2, 8);
+  EXPECT_THAT(answered(), ElementsAre(4, 6, 8));
+  EXPECT_THAT(pending(), ElementsAre(1, 2, 3, 5, 9));
+}
+
+TEST_F(ClientRepliesTest, NewRequestOfAnotherKindOrTagStays) {
+  addRequests({1});
+  react([](void *) {
+    if (answers().size() > 1) return;
+    addRequest(2, kApply, kKind + 1);
+    addRequest(3, kApply, kKind, kTag + 1);
+    addRequest(4);
+  });
+  answerApply(1, 4);
+  EXPECT_THAT(answered(), ElementsAre(1, 4));
+  EXPECT_THAT(pending(), ElementsAre(2, 3));
+}
+
+TEST_F(ClientRepliesTest, RequestsThatEachCallbackRegistersAreAnsweredUpToTheEndOfTheRange) {
   aclLibGetClientSeqNo(kApplication, kApply, 1001, "", kKind, kTag);
-  aclLibGetClientSeqNo(kApplication, kApply, 1002, "", kKind, kTag);
   react([](void *) {
     aclLibGetClientSeqNo(kApplication, kApply, 1000 + aclReqSeqCounter + 1, "", kKind, kTag);
   });
-  // The manager names numbers that it cannot know yet: those are no answers to later requests.
-  answerApply(1, 0xFFFFFFFF);
-  EXPECT_THAT(answered(), ElementsAre(1, 2));
-  EXPECT_THAT(pending(), ElementsAre(3, 4));
-  answerApply(3, 4);
+  answerApply(1, 4);
   EXPECT_THAT(answered(), ElementsAre(1, 2, 3, 4));
-  EXPECT_THAT(pending(), ElementsAre(5, 6));
+  EXPECT_THAT(pending(), ElementsAre(5));
 }
 
-TEST_F(ClientRepliesTest, RequestRegisteredAcrossTheWrapIsNotAnsweredByTheReplyUnderWay) {
+TEST_F(ClientRepliesTest, RequestRegisteredAcrossTheWrapIsBelowTheAnsweredOneAndStays) {
   aclReqSeqCounter = 0xFFFFFFFE;
   addRequests({3, 0xFFFFFFFE});
   aclLibGetClientSeqNo(kApplication, kApply, 999, "", kKind, kTag);  // 0xFFFFFFFF
@@ -542,7 +635,7 @@ TEST_F(ClientRepliesTest, ReplyForTenOf100000RequestsVisitsNoOthers) {
 
 // ---- Replies to unapply requests
 
-TEST_F(ClientRepliesTest, UnapplyReplyAnswersTheOneRequestOfItsNumber) {
+TEST_F(ClientRepliesTest, UnapplyReplyAnswersTheOneRequestOfItsNumberAndLeavesTheOthers) {
   addRequest(1, kUnapply);
   addRequest(2, kUnapply, kKind + 1, kTag + 1);
   addRequest(3, kUnapply);
@@ -552,6 +645,22 @@ TEST_F(ClientRepliesTest, UnapplyReplyAnswersTheOneRequestOfItsNumber) {
   EXPECT_THAT(traces(),
               ElementsAre("Sending status Pending config request is cancelled out. to client "
                           "DHCP-Snooping for request 300c seqNo 2\n"));
+}
+
+TEST_F(ClientRepliesTest, UnapplyReplyAnswersAPendingUnapplyRequestInsteadOfCancellingIt) {
+  addRequests({1, 3});
+  addRequest(2, kUnapply);
+  answerUnapply(unapplyReply(2));
+  EXPECT_THAT(codesOfAnswers(), ElementsAre(kUnapply));
+  EXPECT_THAT(traces(), ElementsAre(answerLine("OK", "DHCP-Snooping", "300c", "2")));
+  EXPECT_THAT(pending(), ElementsAre(1, 3));
+}
+
+TEST_F(ClientRepliesTest, UnapplyReplyAnswersAnApplyRequestToo) {
+  addRequests({1, 2});
+  answerUnapply(unapplyReply(2));
+  EXPECT_THAT(codesOfAnswers(), ElementsAre(kApply));
+  EXPECT_THAT(pending(), ElementsAre(1));
 }
 
 TEST_F(ClientRepliesTest, UnapplyReplyComesBackWithTheCookieInPlaceOfTheNumber) {

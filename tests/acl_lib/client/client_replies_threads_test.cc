@@ -48,10 +48,14 @@ TEST_F(ClientRepliesThreadsTest, RequestsAreRegisteredWhileOthersAreAnswered) {
   answersInAll = 0;
   aclMsgCallback = countAnswer;
   std::atomic<std::uint32_t> registered = 0;
+  std::atomic<bool> isFinished = false;
   std::thread application([&] {
     for (std::uint32_t cookie = 0; cookie < kRequests; ++cookie) {
-      registered = aclLibGetClientSeqNo(kApplication, 0x300D, cookie, "rule", 0, 0);
+      const std::uint32_t seqNo = aclLibGetClientSeqNo(kApplication, 0x300D, cookie, "rule", 0, 0);
+      if (seqNo == 0) break;  // the counts below tell
+      registered = seqNo;
     }
+    isFinished = true;
   });
   std::thread others([] {
     for (unsigned i = 0; i < kRequests; ++i) {
@@ -61,8 +65,10 @@ TEST_F(ClientRepliesThreadsTest, RequestsAreRegisteredWhileOthersAreAnswered) {
     }
   });
   for (std::uint32_t next = 1; next <= kRequests;) {
+    const bool areAllThere = isFinished;
     const std::uint32_t last = registered;
     if (last < next) {
+      if (areAllThere) break;
       std::this_thread::yield();
       continue;
     }

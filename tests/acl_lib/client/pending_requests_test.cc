@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <optional>
 #include <string>
 
 #include "tests/acl_lib/library_test.h"
@@ -13,7 +14,7 @@ using namespace acl_test;
 using test_support::AllocationExemption;
 
 class PendingRequestsTest : public LibraryTest {
- protected:
+ public:
   static std::uint32_t registerRequest(std::uint32_t applId, const char *name = "rule") {
     return aclLibGetClientSeqNo(applId, 0x300B, 0, name, 0, 0);
   }
@@ -280,6 +281,27 @@ TEST_F(PendingRequestsTest, InsertRefusesANumberThatIsThereAlready) {
   EXPECT_THAT(seqNosOf(application), ElementsAre(5));
 }
 
+TEST_F(PendingRequestsTest, InsertRefusesNulls) {
+  AclApplInfo *application = aclLibFindApplInfo(3, 1);
+  AclApplReq request{};
+  EXPECT_EQ(aclInsertApplReq(nullptr, &application->requests), -2);
+  EXPECT_EQ(aclInsertApplReq(&request, nullptr), -2);
+  EXPECT_EQ(aclInsertApplReq(nullptr, nullptr), -2);
+  EXPECT_EQ(application->requests, nullptr);
+}
+
+TEST_F(PendingRequestsTest, NullHasNoNextRequestAndNoTreeHasNoRequest) {
+  EXPECT_EQ(aclFindNextApplReq(nullptr), nullptr);
+  EXPECT_EQ(aclFindApplReqBySeqNo(0, 0, nullptr), nullptr);
+  EXPECT_EQ(aclFindApplReqBySeqNo(0, 1, nullptr), nullptr);
+}
+
+TEST_F(PendingRequestsTest, NothingFollowsTheLastRequest) {
+  AclApplInfo *application = aclLibFindApplInfo(3, 1);
+  insertRequest(application, 0xFFFFFFFF);
+  EXPECT_EQ(aclFindNextApplReq(aclFindFirstApplReq(application)), nullptr);
+}
+
 TEST_F(PendingRequestsTest, DeleteTakesARequestOutAndLeavesItToTheCaller) {
   for (int i = 0; i < 3; ++i) registerRequest(3);
   AclApplInfo *application = aclLibFindApplInfo(3, 0);
@@ -323,22 +345,31 @@ TEST_F(PendingRequestsTest, RequestIsFoundByItsExactNumber) {
 
 // ---- As answers find them
 
-constexpr acl::RequestFilter kEveryRequest{0, 0, 0};
+constexpr acl::RequestFilter kEveryRequest{0, 0};
+
+// Leaves the requests as they are: what is found is linked again.
+std::optional<std::uint32_t> lowestOf(AclApplInfo *application, std::uint32_t first,
+                                      std::uint32_t last) {
+  std::optional<std::uint32_t> found;
+  {
+    const acl::AnswerInFlight answer(*application, {first, last}, kEveryRequest);
+    if (answer.request() == nullptr) return std::nullopt;
+    found = answer.request()->seqNo;
+  }
+  PendingRequestsTest::insertRequest(application, *found);
+  return found;
+}
 
 TEST_F(PendingRequestsTest, LowestRequestOfARangeIsFoundAtAndBetweenItsEnds) {
   AclApplInfo *application = aclLibFindApplInfo(3, 1);
-  EXPECT_FALSE(acl::findPendingRequest(*application, {0, 0xFFFFFFFF}, kEveryRequest));
+  EXPECT_EQ(lowestOf(application, 0, 0xFFFFFFFF), std::nullopt);
   for (std::uint32_t seqNo = 10; seqNo <= 200; seqNo += 10) insertRequest(application, seqNo);
   for (std::uint32_t first = 0; first <= 210; ++first) {
     const std::uint32_t lowest = first < 10 ? 10 : (first + 9) / 10 * 10;
     for (const std::uint32_t width : {0U, 1U, 9U, 10U, 500U}) {
-      const auto found =
-          acl::findPendingRequest(*application, {first, first + width}, kEveryRequest);
       const bool isThere = lowest <= 200 && lowest <= first + width;
-      ASSERT_EQ(found.has_value(), isThere) << first << " " << width;
-      if (isThere) {
-        ASSERT_EQ(found->seqNo, lowest);
-      }
+      const auto expected = isThere ? std::optional(lowest) : std::nullopt;
+      ASSERT_EQ(lowestOf(application, first, first + width), expected) << first << " " << width;
     }
   }
 }
@@ -346,21 +377,57 @@ TEST_F(PendingRequestsTest, LowestRequestOfARangeIsFoundAtAndBetweenItsEnds) {
 TEST_F(PendingRequestsTest, EmptyRangeHasNoRequest) {
   AclApplInfo *application = aclLibFindApplInfo(3, 1);
   for (std::uint32_t seqNo = 0; seqNo < 5; ++seqNo) insertRequest(application, seqNo);
-  EXPECT_FALSE(acl::findPendingRequest(*application, {1, 0}, kEveryRequest));
-  EXPECT_FALSE(acl::findPendingRequest(*application, {0xFFFFFFFE, 0x7FFFFFFF}, kEveryRequest));
+  EXPECT_EQ(lowestOf(application, 1, 0), std::nullopt);
+  EXPECT_EQ(lowestOf(application, 0xFFFFFFFE, 0x7FFFFFFF), std::nullopt);
 }
 
-TEST_F(PendingRequestsTest, RequestThatWasReplacedUnderItsNumberIsNotForgotten) {
+TEST_F(PendingRequestsTest, AnswerToANumberThatIsNotPendingFindsAndForgetsNothing) {
   AclApplInfo *application = aclLibFindApplInfo(3, 1);
-  insertRequest(application, 5);
-  const auto found = acl::findPendingRequest(*application, 5);
-  ASSERT_TRUE(found);
+  for (const std::uint32_t seqNo : {4U, 6U}) insertRequest(application, seqNo);
+  {
+    const acl::AnswerInFlight answer(*application, 5);
+    EXPECT_EQ(answer.request(), nullptr);
+  }
+  EXPECT_THAT(seqNosOf(application), ElementsAre(4, 6));
+}
+
+TEST_F(PendingRequestsTest, AnswerKeepsWhatItFoundWhenTheRequestIsRemoved) {
+  aclLibGetClientSeqNo(3, 0x300D, 77, "", 0, 0);
+  AclApplInfo *application = aclLibFindApplInfo(3, 0);
+  const acl::AnswerInFlight answer(*application, 1);
   AclApplReq *removed = aclFindFirstApplReq(application);
   aclDeleteApplReq(removed, application);
-  insertRequest(application, 5);
-  acl::forgetPendingRequest(*application, *found);
-  EXPECT_THAT(seqNosOf(application), ElementsAre(5));
   std::free(removed);
+  EXPECT_EQ(answer.request()->code, 0x300D);
+  EXPECT_EQ(answer.request()->seqNo, 1U);
+  EXPECT_EQ(answer.request()->cookie, 77U);
+}
+
+TEST_F(PendingRequestsTest, AnswersMayEndInAnyOrder) {
+  AclApplInfo *application = aclLibFindApplInfo(3, 1);
+  for (const std::uint32_t seqNo : {5U, 6U, 7U}) insertRequest(application, seqNo);
+  std::optional<acl::AnswerInFlight> answers[4];
+  for (std::uint32_t i = 0; i < 3; ++i) answers[i].emplace(*application, 5 + i);
+  answers[3].emplace(*application, 6U);
+  answers[1].reset();
+  EXPECT_THAT(seqNosOf(application), ElementsAre(5, 7));
+  insertRequest(application, 6);
+  answers[0].reset();
+  answers[3].reset();
+  EXPECT_THAT(seqNosOf(application), ElementsAre(6, 7));
+  answers[2].reset();
+  EXPECT_THAT(seqNosOf(application), ElementsAre(6));
+}
+
+TEST_F(PendingRequestsTest, RequestThatTheTreeDoesNotGiveBackIsNotFreed) {
+  AclApplInfo *application = aclLibFindApplInfo(3, 1);
+  insertRequest(application, 5);
+  fake().setResult("kvtreeDelete", -1);
+  {
+    const acl::AnswerInFlight answer(*application, 5);
+  }
+  fake().clearResult("kvtreeDelete");
+  EXPECT_THAT(seqNosOf(application), ElementsAre(5));
 }
 
 }  // namespace

@@ -26,7 +26,8 @@ std::array<std::uint16_t, 2> codes(std::uint16_t one, std::uint16_t other) {
   return {one, other};
 }
 
-const std::string kLongName = "abcdefghijklmnopqrstuvwxyz0123456";  // 33 characters
+const std::string kLongName = "abcdefghijklmnopqrstuvwxyz0123456";  // 33 characters: no NUL
+const std::string kCutName = "abcdefghijklmnopqrstuvwxyz012345";    // what is read of it
 
 class ReplyHandlersTest : public ReplyTest {
  protected:
@@ -94,19 +95,18 @@ TEST_F(ReplyHandlersTest, PendingIsAStatusOtherThanZeroSoThatTheRuleIsNamed) {
                                     "from ACL manager\n"));
 }
 
-TEST_F(ReplyHandlersTest, NameWithoutANulIsTracedAsFarAsItsFieldAndCopiedWithANul) {
+TEST_F(ReplyHandlersTest, NameWithoutANulIsTracedAndCopiedWith32Characters) {
   answerSize() = 640;
   for (const std::uint16_t code : codes(0x3001, 0x3002)) {
     answers().clear();
     Reply reply(640, code, -1);
     reply.put(16, Bytes(63, std::byte{0x5A})).text(592, kLongName).put(625, bytesOf("behind"));
     handleReply(reply.bytes());
-    EXPECT_EQ(areas(),
-              join(bytesOf(kLongName.substr(0, 32)), Bytes(1), Bytes(30, std::byte{0x5A})));
+    EXPECT_EQ(areas(), join(bytesOf(kCutName), Bytes(1), Bytes(30, std::byte{0x5A})));
   }
-  EXPECT_THAT(traces(), ElementsAre("Reply: Add dynamic rule \"" + kLongName +
+  EXPECT_THAT(traces(), ElementsAre("Reply: Add dynamic rule \"" + kCutName +
                                         "\" returned status \"Error\" from ACL manager\n",
-                                    "Reply: Delete dynamic rule \"" + kLongName +
+                                    "Reply: Delete dynamic rule \"" + kCutName +
                                         "\" returned \"Error\" from ACL manager\n"));
 }
 
@@ -180,12 +180,12 @@ TEST_F(ReplyHandlersTest, SuccessfulBindingRepliesAreHandedOverAsTheyCame) {
   }
 }
 
-TEST_F(ReplyHandlersTest, NameWithoutANulOfABindingEndsWithItsField) {
+TEST_F(ReplyHandlersTest, NameWithoutANulOfABindingIsTracedWith32Characters) {
   Reply reply = bindingReply(0x3004, 0);
   reply.text(608, kLongName).text(641, "relative");
   handleReply(reply.bytes());
   EXPECT_THAT(traces(),
-              ElementsAre("Reply: Unconfigure dynamic Rule \"" + kLongName +
+              ElementsAre("Reply: Unconfigure dynamic Rule \"" + kCutName +
                           "\" from vlan = 4094, port 3:24, drIndex = 12, priority = 7, direction = "
                           "1 returned status \"OK\" from ACL manager\n"));
 }
@@ -267,14 +267,29 @@ TEST_F(RuleDescriptionReplyTest, ApplicationRuleReplyOfAnyStatusDescribesTheRule
   EXPECT_THAT(answers(), ElementsAre(reply.bytes()));
 }
 
-TEST_F(RuleDescriptionReplyTest, ApplicationRuleReplyWithoutADescriptionDeletesTheRuleAt608) {
+TEST_F(RuleDescriptionReplyTest,
+       ApplicationRuleReplyWithoutADescriptionDeletesTheRuleAt608AndLeavesTheOthers) {
   for (const char *name : {"first", "another", "last"}) {
     ASSERT_EQ(aclLibCreateRule(name, nullptr, 1), 1);
   }
   handleReply(describe(0x3007, 0).byte(92, 0).bytes());
   EXPECT_EQ(aclLibGetRuleCount(), 2);
   EXPECT_EQ(aclLibFindClientEntry("another"), nullptr);
+  EXPECT_NE(aclLibFindClientEntry("first"), nullptr);
+  EXPECT_NE(aclLibFindClientEntry("last"), nullptr);
   EXPECT_THAT(codesOfAnswers(), ElementsAre(0x3007));
+}
+
+TEST_F(RuleDescriptionReplyTest, ApplicationRuleReplyOfAnyStatusDeletesTheRuleAt608) {
+  answerSize() = 2096;
+  for (const int status : {1, -1, -22, -32768}) {
+    answers().clear();
+    ASSERT_EQ(aclLibCreateRule("another", nullptr, 1), 1);
+    const Reply reply = describe(0x3007, status).byte(92, 0);
+    handleReply(reply.bytes());
+    EXPECT_EQ(aclLibGetRuleCount(), 0) << status;
+    EXPECT_THAT(answers(), ElementsAre(reply.bytes())) << status;
+  }
 }
 
 TEST_F(RuleDescriptionReplyTest, ApplicationRuleReplyWithoutAnyNameDeletesNoRule) {
@@ -284,7 +299,7 @@ TEST_F(RuleDescriptionReplyTest, ApplicationRuleReplyWithoutAnyNameDeletesNoRule
 }
 
 TEST_F(RuleDescriptionReplyTest, NameAt608WithoutANulIsReadNoFurtherThan32Characters) {
-  const std::string name = kLongName.substr(0, 32);
+  const std::string name = kCutName;
   ASSERT_EQ(aclLibCreateRule(name.c_str(), nullptr, 1), 1);
   handleReply(Reply(641, 0x3007, 0).text(608, kLongName).bytes());
   EXPECT_EQ(aclLibGetRuleCount(), 0);
@@ -361,7 +376,7 @@ TEST_F(DeleteReplyTest, OtherPoliciesStay) {
   EXPECT_FALSE(isInvalid(other));
 }
 
-TEST_F(DeleteReplyTest, DeletionOfAPolicyThatIsNotInTheStoreReachesTheCallback) {
+TEST_F(DeleteReplyTest, DeletionOfAPolicyThatIsNotInTheStoreReachesTheCallbackAndLeavesThePolicy) {
   const AclPolicyHandle policy = createPolicy("edge-in");
   handleReply(deleteReply("edge-in", 0).bytes());
   EXPECT_FALSE(isInvalid(policy));
@@ -377,7 +392,7 @@ TEST_F(DeleteReplyTest, ReplyIsHandedOverAsItCame) {
 }
 
 TEST_F(DeleteReplyTest, NameWithoutANulIsReadNoFurtherThan32Characters) {
-  const AclPolicyHandle policy = createPolicy(kLongName.substr(0, 32).c_str());
+  const AclPolicyHandle policy = createPolicy(kCutName.c_str());
   ASSERT_EQ(aclBtreeInsertPolicy(policy), 0);
   handleReply(Reply(625, 0x2002, 0).text(592, kLongName).bytes());
   EXPECT_TRUE(isInvalid(policy));
@@ -429,9 +444,9 @@ TEST_F(ReplyHandlersTest, ValidityReplyTracesARuleOrAPolicy) {
   EXPECT_THAT(answers(), ElementsAre(rule.bytes(), policy.bytes(), policyToo.bytes()));
 }
 
-TEST_F(ReplyHandlersTest, NameWithoutANulInAValidityReplyEndsWithItsField) {
+TEST_F(ReplyHandlersTest, NameWithoutANulInAValidityReplyIsTracedWith32Characters) {
   handleReply(Reply(640, 0x3009, 0).text(594, kLongName).text(627, "x").bytes());
-  EXPECT_THAT(traces(), ElementsAre("Reply for verifying dynamic rule " + kLongName + " : OK\n"));
+  EXPECT_THAT(traces(), ElementsAre("Reply for verifying dynamic rule " + kCutName + " : OK\n"));
 }
 
 // ---- Answers to pending requests
@@ -523,9 +538,9 @@ TEST_F(ReplyHandlersTest, CounterReplyTracesBothEndsOfTheValueWhateverTheStatus)
                                     "\"18446744073709551615\" from ACL manager\n"));
 }
 
-TEST_F(ReplyHandlersTest, CounterNameWithoutANulEndsWithItsField) {
+TEST_F(ReplyHandlersTest, CounterNameWithoutANulIsTracedWith32Characters) {
   handleReply(Reply(688, 0x3011, 0).text(634, kLongName).text(667, "xyz").bytes());
-  EXPECT_THAT(traces(), ElementsAre("Reply: counter get Response  counter name \"" + kLongName +
+  EXPECT_THAT(traces(), ElementsAre("Reply: counter get Response  counter name \"" + kCutName +
                                     "\" returned \"0\" from ACL manager\n"));
 }
 
@@ -535,12 +550,21 @@ TEST_F(ReplyHandlersTest, SliceReplyTracesWhatWasAskedAndWhetherItWorked) {
   handleReply(Reply(616, 0x301D, 0).bytes());
   handleReply(Reply(616, 0x301D, 0).word(592, 1).bytes());
   handleReply(Reply(616, 0x301D, -1).bytes());
-  handleReply(Reply(616, 0x301D, 1).word(592, 0x80000000).bytes());
+  handleReply(Reply(616, 0x301D, -41).word(592, 0x80000000).bytes());
   EXPECT_THAT(traces(), ElementsAre("Reply: Slice Reserve returned Success\n",
                                     "Reply: Slice Unreserve returned Success\n",
                                     "Reply: Slice Reserve returned Error\n",
                                     "Reply: Slice Unreserve returned Error\n"));
   EXPECT_THAT(codesOfAnswers(), ElementsAre(0x301D, 0x301D, 0x301D, 0x301D));
+}
+
+TEST_F(ReplyHandlersTest, SliceReplyOfStatus1IsTracedAndPutIntoWordsAsAnError) {
+  answerSize() = 616;
+  Reply reply = Reply(616, 0x301D, 1).word(592, 1).word(600, 5);
+  handleReply(reply.bytes());
+  reply.text(16, "unreserve").text(49, "CoS");
+  EXPECT_THAT(answers(), ElementsAre(reply.bytes()));
+  EXPECT_THAT(traces(), ElementsAre("Reply: Slice Unreserve returned Error\n"));
 }
 
 TEST_F(ReplyHandlersTest, SuccessfulSliceReplyLeavesTheAreasAt16And49) {

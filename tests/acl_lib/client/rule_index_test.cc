@@ -153,18 +153,49 @@ TEST_F(RuleIndexTest, PlacesDoNotRunOutWhereEachRuleStandsBehindTheOneBefore) {
   EXPECT_EQ(ringPosition(aclLibFindClientEntry("3000")), 3000);
 }
 
-// Whatever the order of creation, the places of the ring are as near as they can be at the seam
-// between the last and the first entry.
-TEST_F(RuleIndexTest, PlacesAreSpreadAcrossTheSeamOfTheRing) {
-  createRules({"a", "z"});
+// Makes a table of these rules that leaves no place free between the last one and the first one.
+void createRulesWithoutAPlaceAtTheEnds(std::initializer_list<const char *> names) {
+  createRules(names);
   AclClientEntry *first = gClientEntryList.first;
-  AclClientEntry *last = first->next;
-  reinterpret_cast<acl::IndexedEntry *>(last)->index.place = placeOf(first) - 1;
-  ASSERT_EQ(aclLibCreateRule("b", "z", kAfter), 1);
+  reinterpret_cast<acl::IndexedEntry *>(first->prev)->index.place = placeOf(first) - 1;
   expectAscendingPlaces();
-  EXPECT_THAT(ringNames(), ElementsAre("a", "z", "b"));
-  for (const char *name : {"a", "z", "b"}) {
-    EXPECT_STREQ(aclLibFindClientEntry(name)->name, name);
+}
+
+void expectInRing(std::initializer_list<const char *> names) {
+  expectAscendingPlaces();
+  EXPECT_EQ(ringNames(), std::vector<std::string>(names.begin(), names.end()));
+  int position = 0;
+  for (const char *name : names) EXPECT_EQ(ringPosition(aclLibFindClientEntry(name)), position++);
+}
+
+TEST_F(RuleIndexTest, RuleBehindTheLastOneMovesTheFirstWhereNoPlaceIsFreeBetweenThem) {
+  createRulesWithoutAPlaceAtTheEnds({"a", "m", "z"});
+  const std::uint64_t place = placeOf(gClientEntryList.first);
+  ASSERT_EQ(aclLibCreateRule("new", "z", kAfter), 1);
+  EXPECT_NE(placeOf(aclLibFindClientEntry("a")), place);
+  expectInRing({"a", "m", "z", "new"});
+}
+
+TEST_F(RuleIndexTest, RuleBeforeTheFirstOneMovesThatOneWhereNoPlaceIsFreeBehindTheLast) {
+  createRulesWithoutAPlaceAtTheEnds({"a", "m", "z"});
+  const std::uint64_t place = placeOf(gClientEntryList.first);
+  ASSERT_EQ(aclLibCreateRule("new", "a", kBefore), 1);
+  EXPECT_NE(placeOf(aclLibFindClientEntry("a")), place);
+  expectInRing({"new", "a", "m", "z"});
+}
+
+TEST_F(RuleIndexTest, RulesOfOneNameStayInOrderWhenThoseAtTheEndsMove) {
+  for (const char *reference : {"m", "z"}) {
+    createRulesWithoutAPlaceAtTheEnds({"m", "m", "m", "z"});
+    const bool isFirst = *reference == 'm';
+    ASSERT_EQ(aclLibCreateRule("m", reference, isFirst ? kBefore : kAfter), 1);
+    expectAscendingPlaces();
+    for (int rules = isFirst ? 4 : 3; rules > 0; --rules) {
+      EXPECT_EQ(ringPosition(aclLibFindClientEntry("m")), 0);
+      aclLibDeleteRule("m");
+    }
+    EXPECT_EQ(ringPosition(aclLibFindClientEntry("z")), 0);
+    aclLibDeleteRule(nullptr);
   }
 }
 
@@ -302,6 +333,38 @@ TEST_F(RuleIndexTest, RingThatTheProgramPutsBackIsSearchedByWalking) {
   aclLibDeleteRule(nullptr);
   createRules({"a", "b"});
   EXPECT_EQ(ringPosition(aclLibFindClientEntry("b")), 1);
+}
+
+TEST_F(RuleIndexTest, RingWhoseFirstEntryTheProgramChangesIsSearchedFromThere) {
+  createRules({"a", "b", "a", "c"});
+  gClientEntryList.first = gClientEntryList.first->next;
+  EXPECT_THAT(ringNames(), ElementsAre("b", "a", "c", "a"));
+  EXPECT_EQ(ringPosition(aclLibFindClientEntry("a")), 1);
+  EXPECT_STREQ(aclLibFindNextRule("a"), "c");
+  EXPECT_EQ(aclLibCreateRule("d", "b", kBefore), 1);
+  EXPECT_EQ(aclLibCreateRule("c", "c", kAfter), 1);
+  EXPECT_THAT(ringNames(), ElementsAre("d", "b", "a", "c", "c", "a"));
+  aclLibDeleteRule("a");
+  EXPECT_THAT(ringNames(), ElementsAre("d", "b", "c", "c", "a"));
+  gClientEntryList.first = gClientEntryList.first->prev;
+  EXPECT_EQ(ringPosition(aclLibFindClientEntry("a")), 0);
+  for (const char *name : {"a", "b", "c", "c", "d"}) aclLibDeleteRule(name);
+  EXPECT_THAT(ringNames(), IsEmpty());
+  createRules({"a", "b"});
+  EXPECT_EQ(ringPosition(aclLibFindClientEntry("b")), 1);
+}
+
+TEST_F(RuleIndexTest, RingThatBeginsWhereTheDroppedOneDidIsKnownByACallBetween) {
+  createRules({"a", "b"});
+  AclClientEntry *entry = gClientEntryList.first;
+  std::free(entry->next);
+  gClientEntryList = {nullptr, 0};
+  EXPECT_EQ(aclLibGetRuleCount(), 0);
+  std::strcpy(entry->name, "own");
+  entry->next = entry->prev = entry;
+  gClientEntryList = {entry, 1};
+  EXPECT_EQ(aclLibFindClientEntry("own"), entry);
+  EXPECT_EQ(aclLibFindClientEntry("a"), nullptr);
 }
 
 TEST_F(RuleIndexTest, EntryThatTheProgramPutsInItselfIsFoundAndDeleted) {

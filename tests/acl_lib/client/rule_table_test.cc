@@ -1,8 +1,7 @@
 #include "tests/acl_lib/client/rule_table_test.h"
 
-#include <algorithm>
+#include <cstdlib>
 #include <limits>
-#include <utility>
 
 namespace {
 
@@ -135,6 +134,24 @@ TEST_F(RuleTableTest, RuleMayBeItsOwnNamesReference) {
   createRules({"b", "a"});
   EXPECT_EQ(aclLibCreateRule("a", "a", kBefore), 1);
   EXPECT_EQ(ringPosition(aclLibFindClientEntry("a")), 1);
+}
+
+TEST_F(RuleTableTest, CreatingTakesNamesOfTheTable) {
+  createRules({"a", "b"});
+  EXPECT_EQ(aclLibCreateRule(aclLibGetFirstRule(), aclLibFindNextRule("a"), kBefore), 1);
+  EXPECT_EQ(aclLibCreateRule(aclLibFindClientEntry("b")->name, aclLibGetFirstRule(), kBefore), 1);
+  EXPECT_THAT(ringNames(), ElementsAre("b", "a", "a", "b"));
+}
+
+TEST_F(RuleTableTest, CountThatAProgramHasWrittenWraps) {
+  createRules({"a"});
+  gClientEntryList.count = kHighest;
+  EXPECT_EQ(aclLibCreateRule("b", "a", kAfter), 1);
+  EXPECT_EQ(gClientEntryList.count, kLowest);
+  aclLibDeleteRule("a");
+  EXPECT_EQ(gClientEntryList.count, kHighest);
+  gClientEntryList.count = 1;
+  EXPECT_THAT(ringNames(), ElementsAre("b"));
 }
 
 TEST_F(RuleTableTest, CreationFailsWithoutMemoryAndChangesNothing) {
@@ -325,6 +342,24 @@ TEST_F(RuleTableTest, DeletingLooksAtTheCountFirst) {
   aclLibDeleteRule(nullptr);
   gClientEntryList.count = 1;
   EXPECT_THAT(ringNames(), ElementsAre("a"));
+}
+
+TEST_F(RuleTableTest, DeletionThatMakesTheCountZeroEmptiesTheTable) {
+  createRules({"a", "b"});
+  AclClientEntry *left = aclLibFindClientEntry("b");
+  gClientEntryList.count = 1;
+  aclLibDeleteRule("a");
+  EXPECT_THAT(ringNames(), IsEmpty());
+  EXPECT_EQ(aclLibFindClientEntry("b"), nullptr);
+  std::free(left);
+}
+
+TEST_F(RuleTableTest, DeletingTakesANameOfTheTable) {
+  createRules({"a", "b", "c", "b"});
+  aclLibDeleteRule(aclLibFindNextRule("a"));
+  EXPECT_THAT(ringNames(), ElementsAre("a", "c", "b"));
+  aclLibDeleteRule(aclLibGetFirstRule());
+  EXPECT_THAT(ringNames(), ElementsAre("c", "b"));
 }
 
 TEST_F(RuleTableTest, EntriesAreBlocksOfTheirOwn) {

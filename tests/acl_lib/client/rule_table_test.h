@@ -2,8 +2,11 @@
 #ifndef TESTS_ACL_LIB_CLIENT_RULE_TABLE_TEST_H
 #define TESTS_ACL_LIB_CLIENT_RULE_TABLE_TEST_H
 
+#include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
+#include <iterator>
 #include <string>
 #include <vector>
 

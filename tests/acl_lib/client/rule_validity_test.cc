@@ -1,5 +1,7 @@
 #include "tests/acl_lib/client/rule_table_test.h"
 
+#include <utility>
+
 namespace {
 
 using namespace acl_test;

@@ -35,8 +35,22 @@ class CountersTest : public RequestTest {
     std::memcpy(record.counterName, "hits", 5);
     return record;
   }
-  static AclCounterClearRecord recordWithLongNames() {
+  // The same requests with names and numbers that fill their fields.
+  static std::int32_t getWide(const char *rule = kNameOf40, const char *counter = kOtherNameOf40) {
+    return aclLibGetDynRuleCounter(rule, counter, static_cast<std::uint32_t>(kWideVlan), kWidePort,
+                                   0xC5A6B797, kWideApplication, kContext);
+  }
+  static std::int32_t clearWideBy(const char *rule = kNameOf40,
+                                  const char *counter = kOtherNameOf40) {
+    return aclLibClearCounterWrapper(rule, counter, static_cast<std::uint32_t>(kWideVlan),
+                                     kWidePort, 0xC5A6B797, kWideApplication, kContext);
+  }
+  static AclCounterClearRecord wideRecord() {
     AclCounterClearRecord record = counterRecord();
+    record.appId = kWideApplication;
+    record.port = kWidePort;
+    record.vlan = static_cast<std::uint32_t>(kWideVlan);
+    record.direction = 0x97;
     fillName(record.ruleName, kNameOf40);
     fillName(record.counterName, kOtherNameOf40);
     return record;
@@ -50,8 +64,7 @@ TEST_F(CountersTest, GetSendsTheLowByteOfTheDirection) {
 }
 
 TEST_F(CountersTest, GetSendsTheFirst32CharactersOfLongNames) {
-  EXPECT_TRUE(sends([] { return get(kNameOf40, kOtherNameOf40); },
-                    "dynrules/get_counter_long_names.golden"));
+  EXPECT_TRUE(sends([] { return getWide(); }, "dynrules/get_counter_long_names.golden"));
 }
 
 TEST_F(CountersTest, ClearSendsTheRecord) {
@@ -59,8 +72,8 @@ TEST_F(CountersTest, ClearSendsTheRecord) {
 }
 
 TEST_F(CountersTest, ClearSendsTheFirst32CharactersOfLongNames) {
-  EXPECT_TRUE(sends([] { return clear(recordWithLongNames()); },
-                    "dynrules/clear_counter_long_names.golden"));
+  EXPECT_TRUE(
+      sends([] { return clear(wideRecord()); }, "dynrules/clear_counter_long_names.golden"));
 }
 
 TEST_F(CountersTest, ClearByArgumentsWithDirection0x102SendsDirection2) {
@@ -68,16 +81,15 @@ TEST_F(CountersTest, ClearByArgumentsWithDirection0x102SendsDirection2) {
 }
 
 TEST_F(CountersTest, ClearByArgumentsSendsTheFirst32CharactersOfLongNames) {
-  EXPECT_TRUE(sends([] { return clearBy(kNameOf40, kOtherNameOf40); },
-                    "dynrules/clear_counter_long_names.golden"));
+  EXPECT_TRUE(sends([] { return clearWideBy(); }, "dynrules/clear_counter_long_names.golden"));
 }
 
 TEST_F(CountersTest, NamesAreReadNoFurtherThan32Characters) {
   const UnendedName rule(kNameOf40);
   const UnendedName counter(kOtherNameOf40);
-  EXPECT_TRUE(sends([&] { return get(rule.data(), counter.data()); },
+  EXPECT_TRUE(sends([&] { return getWide(rule.data(), counter.data()); },
                     "dynrules/get_counter_long_names.golden"));
-  EXPECT_TRUE(sends([&] { return clearBy(rule.data(), counter.data()); },
+  EXPECT_TRUE(sends([&] { return clearWideBy(rule.data(), counter.data()); },
                     "dynrules/clear_counter_long_names.golden"));
 }
 
@@ -92,6 +104,20 @@ TEST_F(CountersTest, NullNamesAreEmptyNames) {
                           "vlan 4094 port 3:17  direction 258\n",
                           " Access-Control: Clear counter for application  rule  counter  port "
                           "3:17 vlan 4094 direction 2\n"));
+}
+
+TEST_F(CountersTest, EveryByteThatNoFieldCoversIsZero) {
+  aclLibGetDynRuleCounter(kNameOf40, kNameOf40, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF,
+                          0xFFFFFFFF);
+  AclCounterClearRecord record;
+  std::memset(&record, 0xFF, sizeof(record));
+  aclLibClearCounter(&record, 0xFFFFFFFF);
+  const std::vector<Bytes> bodies = sentBodies();
+  ASSERT_EQ(bodies.size(), 2U);
+  for (const Bytes &body : bodies) {
+    EXPECT_TRUE(isZeroBeside(
+        {{0, 2}, {588, 4}, {592, 4}, {596, 4}, {600, 4}, {604, 1}, {605, 32}, {638, 32}}, body));
+  }
 }
 
 // ---- Traces
@@ -122,18 +148,29 @@ TEST_F(CountersTest, ClearByArgumentsTracesWhatItSends) {
 }
 
 TEST_F(CountersTest, TracesShowTheFirst32CharactersOfLongNames) {
+  const std::string clearLine =
+      " Other: Clear counter for application abcdefghijklmnopqrstuvwxyz012345 rule "
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 counter ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 port 27:11325 "
+      "vlan -236792892 direction 151\n";
   EXPECT_THAT(
       traceOf([] {
-        get(kNameOf40, kOtherNameOf40);
-        clear(recordWithLongNames());
+        getWide();
+        clear(wideRecord());
+        clearWideBy();
       }),
-      ElementsAre(" Access-Control: Get counter for dynamic acl rule "
-                  "abcdefghijklmnopqrstuvwxyz012345 counter name "
-                  "ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 on vlan 4094 port 3:17  direction 258\n",
-                  " Access-Control: Clear counter for application "
-                  "abcdefghijklmnopqrstuvwxyz012345 rule ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 "
-                  "counter ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 port 3:17 vlan 4094 "
-                  "direction 2\n"));
+      ElementsAre(" Other: Get counter for dynamic acl rule abcdefghijklmnopqrstuvwxyz012345 "
+                  "counter name ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 on vlan -236792892 port "
+                  "27:11325  direction -978929769\n",
+                  clearLine, clearLine));
+}
+
+TEST_F(CountersTest, Port0x00030011IsShownAsSlot3AndPort17) {
+  const std::vector<std::string> lines = traceOf([] {
+    aclLibGetDynRuleCounter("dyn-1", "hits", kVlan, 0x00030011, 0, 2, 0);
+    aclLibClearCounterWrapper("dyn-1", "hits", kVlan, 0x00030011, 0, 2, 0);
+  });
+  EXPECT_THAT(lines, testing::SizeIs(2));
+  EXPECT_THAT(lines, testing::Each(testing::HasSubstr(" port 3:17 ")));
 }
 
 TEST_F(CountersTest, TracesShowTheVlanAsASignedNumber) {

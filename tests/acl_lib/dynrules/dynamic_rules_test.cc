@@ -35,7 +35,8 @@ TEST_F(DynamicRulesTest, AddSendsTheNameAndTheEncodedRule) {
 }
 
 TEST_F(DynamicRulesTest, AddSendsTheFirst32CharactersOfALongName) {
-  EXPECT_TRUE(sends([this] { return add(kNameOf40); }, "dynrules/add_rule_long_name.golden"));
+  EXPECT_TRUE(sends([this] { return add(kNameOf40, kWideApplication); },
+                    "dynrules/add_rule_long_name.golden"));
 }
 
 TEST_F(DynamicRulesTest, DeleteSendsTheName) {
@@ -43,13 +44,16 @@ TEST_F(DynamicRulesTest, DeleteSendsTheName) {
 }
 
 TEST_F(DynamicRulesTest, DeleteSendsTheFirst32CharactersOfALongName) {
-  EXPECT_TRUE(sends([] { return remove(kNameOf40); }, "dynrules/delete_rule_long_name.golden"));
+  EXPECT_TRUE(sends([] { return remove(kNameOf40, kWideApplication); },
+                    "dynrules/delete_rule_long_name.golden"));
 }
 
 TEST_F(DynamicRulesTest, NamesAreReadNoFurtherThan32Characters) {
   const UnendedName name(kNameOf40);
-  EXPECT_TRUE(sends([&] { return add(name.data()); }, "dynrules/add_rule_long_name.golden"));
-  EXPECT_TRUE(sends([&] { return remove(name.data()); }, "dynrules/delete_rule_long_name.golden"));
+  EXPECT_TRUE(sends([&] { return add(name.data(), kWideApplication); },
+                    "dynrules/add_rule_long_name.golden"));
+  EXPECT_TRUE(sends([&] { return remove(name.data(), kWideApplication); },
+                    "dynrules/delete_rule_long_name.golden"));
 }
 
 TEST_F(DynamicRulesTest, NullNamesAreEmptyNames) {
@@ -69,8 +73,8 @@ TEST_F(DynamicRulesTest, ConfigSendsTheBindingWithTheNameAndTheCookieTwice) {
 }
 
 TEST_F(DynamicRulesTest, ConfigSendsTheFirst32CharactersOfLongNames) {
-  EXPECT_TRUE(sends([] { return config(dynamicRuleWithLongNames()); },
-                    "dynrules/config_rule_long_names.golden"));
+  EXPECT_TRUE(
+      sends([] { return config(wideDynamicRule()); }, "dynrules/config_rule_long_names.golden"));
 }
 
 TEST_F(DynamicRulesTest, UnconfigSendsNoRelativeNamePriorityAttributeNorSecondCookie) {
@@ -78,8 +82,59 @@ TEST_F(DynamicRulesTest, UnconfigSendsNoRelativeNamePriorityAttributeNorSecondCo
 }
 
 TEST_F(DynamicRulesTest, UnconfigSendsTheFirst32CharactersOfALongName) {
-  EXPECT_TRUE(sends([] { return unconfig(dynamicRuleWithLongNames()); },
+  EXPECT_TRUE(sends([] { return unconfig(wideDynamicRule()); },
                     "dynrules/unconfig_rule_long_names.golden"));
+}
+
+// The rule says that it is 48 bytes long: it has neither conditions nor actions.
+TEST_F(DynamicRulesTest, AddSends816BytesWhateverTheRulesOwnLength) {
+  std::vector<std::uint8_t> rule(816, 0xC3);
+  const Bytes ruleWord = hex("00000030");
+  std::memcpy(rule.data() + 44, ruleWord.data(), ruleWord.size());
+  aclLibAddDynRule("dyn-1", rule.data(), 2, 0);
+  const std::vector<Bytes> bodies = sentBodies();
+  ASSERT_EQ(bodies.size(), 1U);
+  EXPECT_EQ(Bytes(bodies[0].begin() + 640, bodies[0].end()),
+            test_support::copyOf(rule.data(), rule.size()));
+}
+
+TEST_F(DynamicRulesTest, EveryByteThatNoFieldCoversIsZero) {
+  const std::vector<std::uint8_t> rule(816, 0xFF);
+  aclLibAddDynRule(kNameOf40, rule.data(), 0xFFFFFFFF, 0xFFFFFFFF);
+  aclLibDelDynRule(kNameOf40, 0xFFFFFFFF);
+  config(fullDynamicRule());
+  unconfig(fullDynamicRule());
+  const std::vector<Bytes> bodies = sentBodies();
+  ASSERT_EQ(bodies.size(), 4U);
+  EXPECT_TRUE(
+      isZeroBeside({{0, 2}, {588, 4}, {592, 32}, {628, 4}, {632, 4}, {640, 816}}, bodies[0]));
+  EXPECT_TRUE(isZeroBeside({{0, 2}, {592, 32}, {628, 4}}, bodies[1]));
+  EXPECT_TRUE(isZeroBeside({{0, 2},
+                            {16, 32},
+                            {588, 4},
+                            {600, 4},
+                            {604, 4},
+                            {608, 32},
+                            {641, 32},
+                            {740, 4},
+                            {748, 4},
+                            {2068, 4},
+                            {2072, 1},
+                            {2084, 2},
+                            {2088, 4},
+                            {2092, 4}},
+                           bodies[2]));
+  EXPECT_TRUE(isZeroBeside({{0, 2},
+                            {16, 32},
+                            {588, 4},
+                            {600, 4},
+                            {604, 4},
+                            {608, 32},
+                            {748, 4},
+                            {2068, 4},
+                            {2072, 1},
+                            {2088, 4}},
+                           bodies[3]));
 }
 
 TEST_F(DynamicRulesTest, RequestsAreSentAtOnceInPacketsOfTheirOwn) {
@@ -87,11 +142,7 @@ TEST_F(DynamicRulesTest, RequestsAreSentAtOnceInPacketsOfTheirOwn) {
   remove();
   config();
   unconfig();
-  std::vector<std::size_t> lengths;
-  for (const swplat_fake::SentPacket &packet : fake().sentPackets()) {
-    lengths.push_back(packet.bytes.size());
-  }
-  EXPECT_THAT(lengths, ElementsAre(1460U, 1460U, 2100U, 2100U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(1460U, 1460U, 2100U, 2100U));
 }
 
 // ---- Traces
@@ -120,7 +171,7 @@ TEST_F(DynamicRulesTest, UnconfigTracesTheBinding) {
 }
 
 TEST_F(DynamicRulesTest, TracesShowTheFirst32CharactersOfLongNames) {
-  const AclDynRuleRecord record = dynamicRuleWithLongNames();
+  const AclDynRuleRecord record = wideDynamicRule();
   EXPECT_THAT(
       traceOf([&] {
         add(kNameOf40);
@@ -131,11 +182,22 @@ TEST_F(DynamicRulesTest, TracesShowTheFirst32CharactersOfLongNames) {
       ElementsAre(" Access-Control: Add dynamic acl rule abcdefghijklmnopqrstuvwxyz012345 \n",
                   " Access-Control: Delete dynamic acl rule "
                   "abcdefghijklmnopqrstuvwxyz012345 \n",
-                  " Access-Control: Configure dynamic acl rule "
-                  "abcdefghijklmnopqrstuvwxyz012345 on vlan 100 port 3:17 relative to rule "
-                  "ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 prioriy -5 direction 1 \n",
-                  " Access-Control: Unconfigure dynamic acl rule "
-                  "abcdefghijklmnopqrstuvwxyz012345 on vlan 100 port 3:17 direction 1\n"));
+                  " Other: Configure dynamic acl rule abcdefghijklmnopqrstuvwxyz012345 on vlan "
+                  "-236792892 port 27:11325 relative to rule ABCDEFGHIJKLMNOPQRSTUVWXYZ987654 "
+                  "prioriy -506281035 direction 151 \n",
+                  " Other: Unconfigure dynamic acl rule abcdefghijklmnopqrstuvwxyz012345 on vlan "
+                  "-236792892 port 27:11325 direction 151\n"));
+}
+
+TEST_F(DynamicRulesTest, Port0x00030011IsShownAsSlot3AndPort17) {
+  AclDynRuleRecord record = dynamicRule();
+  record.port = 0x00030011;
+  const std::vector<std::string> lines = traceOf([&] {
+    config(record);
+    unconfig(record);
+  });
+  EXPECT_THAT(lines, testing::SizeIs(2));
+  EXPECT_THAT(lines, testing::Each(testing::HasSubstr(" port 3:17 ")));
 }
 
 TEST_F(DynamicRulesTest, TracesShowVlanAndPriorityWithTheirSignAndTheLowPartsOfThePort) {

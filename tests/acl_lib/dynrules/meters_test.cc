@@ -25,8 +25,8 @@ class MetersTest : public RequestTest {
   }
   static std::int32_t config(const char *name = "gold", std::uint16_t appId = 0xFFFF) {
     const AclMeterOwner owner{appId, kContext};
-    return aclLibConfigMeter(name, 0x11111112, 0x22222223, 0x33333334, 0x44444445, 0x55555556,
-                             0x66666667, 0xFFFFFFFE, &owner);
+    return aclLibConfigMeter(name, 0x11121314, 0x21222324, 0x31323334, 0x41424344, 0x51525354,
+                             0x61626364, 0xF1E2D3C4, &owner);
   }
 
   // As for create(), config() and remove(): ids travel in 16 bits.
@@ -76,17 +76,45 @@ TEST_F(MetersTest, ConfigSendsTheRatesAndTheContextTwice) {
   EXPECT_TRUE(sends([] { return config(); }, "dynrules/config_meter.golden"));
 }
 
+TEST_F(MetersTest, ConfigCarriesTheConstant1AtOffset8AndTheContextTwice) {
+  config();
+  const std::vector<Bytes> bodies = sentBodies();
+  ASSERT_EQ(bodies.size(), 1U);
+  EXPECT_EQ(wordAt(bodies[0], 8), 1U);
+  EXPECT_EQ(wordAt(bodies[0], 588), kContext);
+  EXPECT_EQ(wordAt(bodies[0], 632), kContext);
+}
+
+TEST_F(MetersTest, EveryByteThatNoFieldCoversIsZero) {
+  const AclMeterOwner owner{0xFFFF, 0xFFFFFFFF};
+  aclLibCreateMeter(kNameOf40, &owner);
+  aclLibDeleteMeter(kNameOf40, &owner);
+  aclLibConfigMeter(kNameOf40, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF, 0xFFFFFFFF,
+                    0xFFFFFFFF, 0xFFFFFFFF, &owner);
+  const std::vector<Bytes> bodies = sentBodies();
+  ASSERT_EQ(bodies.size(), 3U);
+  EXPECT_TRUE(isZeroBeside({{0, 2}, {588, 4}, {592, 31}, {628, 4}}, bodies[0]));
+  EXPECT_TRUE(isZeroBeside({{0, 2}, {588, 4}, {592, 31}, {628, 4}}, bodies[1]));
+  EXPECT_TRUE(isZeroBeside({{0, 2}, {8, 4}, {588, 4}, {592, 31}, {628, 36}}, bodies[2]));
+}
+
 TEST_F(MetersTest, Only31CharactersOfAMetersNameAreSent) {
-  EXPECT_TRUE(sends([] { return create(kNameOf40); }, "dynrules/create_meter_long_name.golden"));
-  EXPECT_TRUE(sends([] { return remove(kNameOf40); }, "dynrules/delete_meter_long_name.golden"));
-  EXPECT_TRUE(sends([] { return config(kNameOf40); }, "dynrules/config_meter_long_name.golden"));
+  EXPECT_TRUE(
+      sends([] { return create(kNameOf40, 0x8A0B); }, "dynrules/create_meter_long_name.golden"));
+  EXPECT_TRUE(
+      sends([] { return remove(kNameOf40, 0x8A0B); }, "dynrules/delete_meter_long_name.golden"));
+  EXPECT_TRUE(
+      sends([] { return config(kNameOf40, 0x8A0B); }, "dynrules/config_meter_long_name.golden"));
 }
 
 TEST_F(MetersTest, NamesAreReadNoFurtherThan32Characters) {
   const UnendedName name(kNameOf40);
-  EXPECT_TRUE(sends([&] { return create(name.data()); }, "dynrules/create_meter_long_name.golden"));
-  EXPECT_TRUE(sends([&] { return remove(name.data()); }, "dynrules/delete_meter_long_name.golden"));
-  EXPECT_TRUE(sends([&] { return config(name.data()); }, "dynrules/config_meter_long_name.golden"));
+  EXPECT_TRUE(
+      sends([&] { return create(name.data(), 0x8A0B); }, "dynrules/create_meter_long_name.golden"));
+  EXPECT_TRUE(
+      sends([&] { return remove(name.data(), 0x8A0B); }, "dynrules/delete_meter_long_name.golden"));
+  EXPECT_TRUE(
+      sends([&] { return config(name.data(), 0x8A0B); }, "dynrules/config_meter_long_name.golden"));
   answered([&] { return aclLibBindMeter(name.data(), 0x1FF); }, "0000");
   EXPECT_TRUE(exchanged("dynrules/bind_meter_long_name.golden"));
 }
@@ -100,7 +128,11 @@ TEST_F(MetersTest, NullNamesAreEmptyNames) {
   for (const Bytes &body : bodies) {
     EXPECT_EQ(Bytes(body.begin() + 592, body.begin() + 628), Bytes(36));
   }
-  EXPECT_EQ(fake().traceTexts()[0], " Other: Add client meter  \n");
+  EXPECT_THAT(fake().traceTexts(),
+              ElementsAre(" Other: Add client meter  \n", " Other: Delete client meter  \n",
+                          " Other: Configure client meter : cirRate 286397204 cirBurstSize "
+                          "555885348 peakRate 825373492 burstSize 1094861636 outAction 1364349780 "
+                          "dscpVal 1633837924\n"));
   answered([] { return aclLibBindMeter(nullptr, 0); }, "0000");
   const auto objects = fake().sentObjects();
   ASSERT_EQ(objects.size(), 1U);
@@ -122,8 +154,8 @@ TEST_F(MetersTest, DeleteTracesApplicationAndMeter) {
 TEST_F(MetersTest, ConfigTracesAllNumbersButTheExtraOne) {
   expectTraceOfEvery16BitApplication(
       [](std::uint16_t id) { config("gold", id); },
-      ": Configure client meter gold: cirRate 286331154 cirBurstSize 572662307 peakRate 858993460 "
-      "burstSize 1145324613 outAction 1431655766 dscpVal 1717986919\n");
+      ": Configure client meter gold: cirRate 286397204 cirBurstSize 555885348 peakRate 825373492 "
+      "burstSize 1094861636 outAction 1364349780 dscpVal 1633837924\n");
 }
 
 TEST_F(MetersTest, ConfigTracesNumbersWithoutASign) {
@@ -141,10 +173,15 @@ TEST_F(MetersTest, TracesShow32CharactersOfANameOfWhich31AreSent) {
   EXPECT_THAT(traceOf([] {
                 create(kNameOf40, 2);
                 remove(kNameOf40, 2);
+                config(kNameOf40, 2);
               }),
               ElementsAre(" Access-Control: Add client meter abcdefghijklmnopqrstuvwxyz012345 \n",
                           " Access-Control: Delete client meter "
-                          "abcdefghijklmnopqrstuvwxyz012345 \n"));
+                          "abcdefghijklmnopqrstuvwxyz012345 \n",
+                          " Access-Control: Configure client meter "
+                          "abcdefghijklmnopqrstuvwxyz012345: cirRate 286397204 cirBurstSize "
+                          "555885348 peakRate 825373492 burstSize 1094861636 outAction 1364349780 "
+                          "dscpVal 1633837924\n"));
 }
 
 TEST_F(MetersTest, LineIsTracedBeforeTheRequestIsSentAndWithoutAConnectionToo) {

@@ -87,11 +87,7 @@ TEST_F(ClientRequestsTest, RequestsAreSentAtOnceInPacketsOfTheirOwn) {
   move();
   clean();
   check({});
-  std::vector<std::size_t> lengths;
-  for (const swplat_fake::SentPacket &packet : fake().sentPackets()) {
-    lengths.push_back(packet.bytes.size());
-  }
-  EXPECT_THAT(lengths, ElementsAre(644U, 2604U, 608U, 5008U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(644U, 2604U, 608U, 5008U));
 }
 
 // ---- Refusals and results

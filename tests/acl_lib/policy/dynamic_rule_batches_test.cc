@@ -6,11 +6,13 @@ using namespace acl_test;
 
 class DynamicRuleBatchesTest : public RequestTest {
  protected:
-  std::int32_t add(std::int32_t flush = 1, const char *name = "dyn-1") const {
-    return aclLibAddDynRuleBatch(name, rule_.data(), 2, flush, 0x0A0B0C0D);
+  std::int32_t add(std::int32_t flush = 1, const char *name = "dyn-1",
+                   std::uint32_t appId = 2) const {
+    return aclLibAddDynRuleBatch(name, rule_.data(), appId, flush, 0x0A0B0C0D);
   }
-  static std::int32_t remove(std::int32_t flush = 1, const char *name = "dyn-1") {
-    return aclLibDelDynRuleBatch(name, 2, flush);
+  static std::int32_t remove(std::int32_t flush = 1, const char *name = "dyn-1",
+                             std::uint32_t appId = 2) {
+    return aclLibDelDynRuleBatch(name, appId, flush);
   }
   static std::int32_t config(std::int32_t flush = 1,
                              const AclDynRuleRecord &record = dynamicRule()) {
@@ -21,14 +23,6 @@ class DynamicRuleBatchesTest : public RequestTest {
     return aclLibUnconfigDynRuleBatch(&record, flush);
   }
 
-  static std::vector<std::size_t> packetLengths() {
-    std::vector<std::size_t> lengths;
-    for (const swplat_fake::SentPacket &packet : fake().sentPackets()) {
-      lengths.push_back(packet.bytes.size());
-    }
-    return lengths;
-  }
-
  private:
   const std::vector<std::uint8_t> rule_ = encodedRule();
 };
@@ -37,12 +31,14 @@ class DynamicRuleBatchesTest : public RequestTest {
 
 TEST_F(DynamicRuleBatchesTest, AddSendsWhatTheSingleRequestSends) {
   EXPECT_TRUE(sends([this] { return add(); }, "dynrules/add_rule.golden"));
-  EXPECT_TRUE(sends([this] { return add(1, kNameOf40); }, "dynrules/add_rule_long_name.golden"));
+  EXPECT_TRUE(sends([this] { return add(1, kNameOf40, kWideApplication); },
+                    "dynrules/add_rule_long_name.golden"));
 }
 
 TEST_F(DynamicRuleBatchesTest, DeleteSendsWhatTheSingleRequestSends) {
   EXPECT_TRUE(sends([] { return remove(); }, "dynrules/delete_rule.golden"));
-  EXPECT_TRUE(sends([] { return remove(1, kNameOf40); }, "dynrules/delete_rule_long_name.golden"));
+  EXPECT_TRUE(sends([] { return remove(1, kNameOf40, kWideApplication); },
+                    "dynrules/delete_rule_long_name.golden"));
 }
 
 TEST_F(DynamicRuleBatchesTest,
@@ -51,7 +47,7 @@ TEST_F(DynamicRuleBatchesTest,
 }
 
 TEST_F(DynamicRuleBatchesTest, ConfigSendsTheFirst32CharactersOfLongNames) {
-  EXPECT_TRUE(sends([] { return config(1, dynamicRuleWithLongNames()); },
+  EXPECT_TRUE(sends([] { return config(1, wideDynamicRule()); },
                     "policy/batch_config_rule_long_names.golden"));
 }
 
@@ -60,15 +56,16 @@ TEST_F(DynamicRuleBatchesTest, UnconfigSendsNoLeadingNameFlagsOrCookie) {
 }
 
 TEST_F(DynamicRuleBatchesTest, UnconfigSendsTheFirst32CharactersOfALongName) {
-  EXPECT_TRUE(sends([] { return unconfig(1, dynamicRuleWithLongNames()); },
+  EXPECT_TRUE(sends([] { return unconfig(1, wideDynamicRule()); },
                     "policy/batch_unconfig_rule_long_names.golden"));
 }
 
 TEST_F(DynamicRuleBatchesTest, NamesAreReadNoFurtherThan32Characters) {
   const UnendedName name(kNameOf40);
-  EXPECT_TRUE(sends([&] { return add(1, name.data()); }, "dynrules/add_rule_long_name.golden"));
-  EXPECT_TRUE(
-      sends([&] { return remove(1, name.data()); }, "dynrules/delete_rule_long_name.golden"));
+  EXPECT_TRUE(sends([&] { return add(1, name.data(), kWideApplication); },
+                    "dynrules/add_rule_long_name.golden"));
+  EXPECT_TRUE(sends([&] { return remove(1, name.data(), kWideApplication); },
+                    "dynrules/delete_rule_long_name.golden"));
 }
 
 TEST_F(DynamicRuleBatchesTest, NullNamesAreEmptyNames) {
@@ -81,6 +78,32 @@ TEST_F(DynamicRuleBatchesTest, NullNamesAreEmptyNames) {
   }
 }
 
+TEST_F(DynamicRuleBatchesTest, EveryByteThatNoFieldCoversIsZero) {
+  const std::vector<std::uint8_t> rule(816, 0xFF);
+  aclLibAddDynRuleBatch(kNameOf40, rule.data(), 0xFFFFFFFF, 1, 0xFFFFFFFF);
+  aclLibDelDynRuleBatch(kNameOf40, 0xFFFFFFFF, 1);
+  config(1, fullDynamicRule());
+  unconfig(1, fullDynamicRule());
+  const std::vector<Bytes> bodies = sentBodies();
+  ASSERT_EQ(bodies.size(), 4U);
+  EXPECT_TRUE(
+      isZeroBeside({{0, 2}, {588, 4}, {592, 32}, {628, 4}, {632, 4}, {640, 816}}, bodies[0]));
+  EXPECT_TRUE(isZeroBeside({{0, 2}, {592, 32}, {628, 4}}, bodies[1]));
+  EXPECT_TRUE(isZeroBeside({{0, 2},
+                            {588, 4},
+                            {600, 4},
+                            {604, 4},
+                            {608, 32},
+                            {641, 32},
+                            {744, 1},
+                            {748, 4},
+                            {2068, 4},
+                            {2072, 1}},
+                           bodies[2]));
+  EXPECT_TRUE(isZeroBeside({{0, 2}, {600, 4}, {604, 4}, {608, 32}, {748, 4}, {2068, 4}, {2072, 1}},
+                           bodies[3]));
+}
+
 // ---- Packets
 
 TEST_F(DynamicRuleBatchesTest, ThreeAddsWithoutAndOneWithAFlushTravelInOnePacket) {
@@ -89,7 +112,7 @@ TEST_F(DynamicRuleBatchesTest, ThreeAddsWithoutAndOneWithAFlushTravelInOnePacket
   EXPECT_EQ(add(0), 0);
   EXPECT_THAT(fake().sentPackets(), IsEmpty());
   EXPECT_EQ(add(1), 0);
-  EXPECT_THAT(packetLengths(), ElementsAre(5840U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(5840U));
   const std::vector<Bytes> bodies = sentBodies();
   ASSERT_EQ(bodies.size(), 4U);
   for (const Bytes &body : bodies) EXPECT_TRUE(matchesGolden(body, "dynrules/add_rule.golden"));
@@ -99,9 +122,9 @@ TEST_F(DynamicRuleBatchesTest, SixthAddWithoutAFlushSendsTheFirstFive) {
   for (int i = 0; i < 5; ++i) EXPECT_EQ(add(0), 0);
   EXPECT_THAT(fake().sentPackets(), IsEmpty());
   EXPECT_EQ(add(0), 0);
-  EXPECT_THAT(packetLengths(), ElementsAre(7300U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(7300U));
   EXPECT_EQ(transHandleCommit(aclHandle), 1460);
-  EXPECT_THAT(packetLengths(), ElementsAre(7300U, 1460U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(7300U, 1460U));
 }
 
 TEST_F(DynamicRuleBatchesTest, RequestsOfAllKindsWaitForTheFlushInOrder) {
@@ -109,17 +132,28 @@ TEST_F(DynamicRuleBatchesTest, RequestsOfAllKindsWaitForTheFlushInOrder) {
   EXPECT_EQ(config(0), 0);
   EXPECT_EQ(unconfig(0), 0);
   EXPECT_THAT(fake().sentPackets(), IsEmpty());
-  EXPECT_EQ(remove(-1), 0);
-  EXPECT_THAT(packetLengths(), ElementsAre(1460U + 2100U + 2100U + 1460U));
+  EXPECT_EQ(remove(1), 0);
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(1460U + 2100U + 2100U + 1460U));
   std::vector<std::uint16_t> codes;
   for (const Bytes &body : sentBodies()) codes.push_back(codeOf(body));
   EXPECT_THAT(codes, ElementsAre(0x3001, 0x3003, 0x3004, 0x3002));
 }
 
+TEST_F(DynamicRuleBatchesTest, AnyFlushButZeroSendsAtOnceAlsoANegativeOne) {
+  for (const std::int32_t flush : {-1, 2, 256, INT32_MIN}) {
+    fake().forgetCalls();
+    EXPECT_EQ(add(flush), 0);
+    EXPECT_EQ(remove(flush), 0);
+    EXPECT_EQ(config(flush), 0);
+    EXPECT_EQ(unconfig(flush), 0);
+    EXPECT_THAT(sentPacketLengths(), ElementsAre(1460U, 1460U, 2100U, 2100U)) << flush;
+  }
+}
+
 TEST_F(DynamicRuleBatchesTest, SingleRequestTakesTheWaitingOnesAlong) {
   EXPECT_EQ(remove(0), 0);
   EXPECT_EQ(aclLibDelDynRule("dyn-1", 2), 0);
-  EXPECT_THAT(packetLengths(), ElementsAre(2920U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(2920U));
 }
 
 TEST_F(DynamicRuleBatchesTest, CommitSendsWhatWaits) {

@@ -32,6 +32,22 @@ class PolicyStoreTest : public LibraryTest {
     return policy.handle();
   }
 
+  // Expects none of the handles to be taken for a policy, while "edge" alone is registered.
+  static void expectRefusals(const std::vector<AclPolicyHandle> &handles) {
+    OutputCapture capture;
+    fake().forgetCalls();
+    for (const AclPolicyHandle handle : handles) {
+      EXPECT_EQ(aclBtreeInsertPolicy(handle), -2) << handle;
+      EXPECT_EQ(aclBtreeDeletePolicy(handle), -2) << handle;
+      EXPECT_EQ(aclGetNextPolicy(handle), 0) << handle;
+    }
+    EXPECT_THAT(fake().calls(), IsEmpty());
+    capture.finish();
+    EXPECT_EQ(capture.standardOutput(), "");
+    EXPECT_EQ(capture.standardError(), "");
+    EXPECT_THAT(walk(), ElementsAre("edge"));
+  }
+
   static std::string hexOf(const std::string &name) { return test_support::hexText(bytesOf(name)); }
 
   // The names in the order of a walk.
@@ -122,6 +138,29 @@ TEST_F(PolicyStoreTest, BytesBehindTheEndOfANameDoNotCount) {
   EXPECT_EQ(aclFindPolicy("abd"), second);
   EXPECT_EQ(aclFindPolicy("ab"), 0);
   EXPECT_THAT(walk(), ElementsAre("abc", "abd"));
+}
+
+TEST_F(PolicyStoreTest, NameThatEndsWithinItsFirstEightBytesComesBeforeTheLongerOne) {
+  const AclPolicyHandle longer = insert("abcdefgh");
+  const AclPolicyHandle shorter = makeWithBytesBehind("abc", 'z');
+  EXPECT_EQ(aclBtreeInsertPolicy(shorter), 0);
+  EXPECT_THAT(walk(), ElementsAre("abc", "abcdefgh"));
+  EXPECT_EQ(aclFindPolicy("abc"), shorter);
+  EXPECT_EQ(aclFindPolicy("abcdefgh"), longer);
+  EXPECT_EQ(aclFindPolicy("abczzzzz"), 0);
+}
+
+TEST_F(PolicyStoreTest, NamesOf32CharactersMayDifferInTheLastOneAlone) {
+  const AclPolicyHandle second = insert("abcdefghijklmnopqrstuvwxyz012342");
+  const AclPolicyHandle third = insert("abcdefghijklmnopqrstuvwxyz012343");
+  const AclPolicyHandle first = insert("abcdefghijklmnopqrstuvwxyz012341");
+  EXPECT_THAT(walk(),
+              ElementsAre("abcdefghijklmnopqrstuvwxyz012341", "abcdefghijklmnopqrstuvwxyz012342",
+                          "abcdefghijklmnopqrstuvwxyz012343"));
+  EXPECT_EQ(aclFindPolicy("abcdefghijklmnopqrstuvwxyz012341"), first);
+  EXPECT_EQ(aclFindPolicy("abcdefghijklmnopqrstuvwxyz012342"), second);
+  EXPECT_EQ(aclFindPolicy("abcdefghijklmnopqrstuvwxyz012343"), third);
+  EXPECT_EQ(aclFindPolicy("abcdefghijklmnopqrstuvwxyz012344"), 0);
 }
 
 TEST_F(PolicyStoreTest, NameOf40CharactersIsLookedUpByItsFirst32) {
@@ -219,17 +258,28 @@ TEST_F(PolicyStoreTest, PolicyThatIsNotInTheStoreCannotBeDeleted) {
   EXPECT_EQ(aclBtreeDeletePolicy(stored), -1);
 }
 
-TEST_F(PolicyStoreTest, ResultsThatStandForNoPolicyAreRefused) {
+TEST_F(PolicyStoreTest, NumbersThatAreNoPolicyAreRefusedInSilence) {
+  const AclPolicyHandle stored = insert("edge");
+  expectRefusals(
+      {0, -1, -2, -3, 16, stored + 1, stored + static_cast<AclPolicyHandle>(alignof(AclPolicy))});
+}
+
+TEST_F(PolicyStoreTest, FreedPolicyIsRefusedInSilence) {
   insert("edge");
-  fake().forgetCalls();
-  for (const AclPolicyHandle policy :
-       {AclPolicyHandle{0}, AclPolicyHandle{-1}, AclPolicyHandle{-2}}) {
-    EXPECT_EQ(aclBtreeInsertPolicy(policy), -2) << policy;
-    EXPECT_EQ(aclBtreeDeletePolicy(policy), -2) << policy;
-    EXPECT_EQ(aclGetNextPolicy(policy), 0) << policy;
-  }
-  EXPECT_THAT(fake().calls(), IsEmpty());
-  EXPECT_THAT(walk(), ElementsAre("edge"));
+  const AclPolicyHandle freed = aclLibNewPolicy("freed");
+  acl::destroyPolicy(acl::findPolicy(freed));
+  expectRefusals({freed});
+}
+
+TEST_F(PolicyStoreTest, CallersOwnRecordIsAcceptedWhileItsSelfCheckHolds) {
+  insert("edge");
+  OwnPolicy own(0, "own");
+  EXPECT_EQ(aclBtreeInsertPolicy(own.handle()), 0);
+  EXPECT_THAT(walk(), ElementsAre("edge", "own"));
+  EXPECT_EQ(aclGetNextPolicy(own.handle()), 0);
+  EXPECT_EQ(aclBtreeDeletePolicy(own.handle()), 0);
+  own->selfCheck = nullptr;
+  expectRefusals({own.handle()});
 }
 
 TEST_F(PolicyStoreTest, ResultsOfTheTreeAreReturnedAsTheyAre) {

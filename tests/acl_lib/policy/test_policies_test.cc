@@ -1,4 +1,5 @@
 #include <optional>
+#include <sstream>
 
 #include "acl_lib/encoding/policy_handle.h"
 #include "tests/acl_lib/library_test.h"
@@ -41,6 +42,41 @@ constexpr char kDenyAndSample[] =
     "ACTION: Deny \n"
     "ACTION: Sample on \n"
     "\n";
+
+// Rules with zeros for the bytes that no call writes, which keep what lay there before, for rules
+// of 88 bytes: what is behind the name, the reserved word, the upper bits of the rule word, and
+// what the protocol is filled up with.
+Bytes writtenBytesOf(Bytes rules) {
+  constexpr std::size_t kUnwritten[] = {33, 34, 35, 40, 41, 42, 43, 44, 66, 67};
+  for (std::size_t rule = 0; rule + 88 <= rules.size(); rule += 88) {
+    for (const std::size_t offset : kUnwritten) rules[rule + offset] = std::byte{0};
+    rules[rule + 45] &= std::byte{0x0F};
+  }
+  return rules;
+}
+
+// What a rule's calls report when it is not there: three conditions and two actions.
+std::string reportsOfAMissingRule(int rule, AclPolicyHandle policy) {
+  std::ostringstream text;
+  for (int call = 0; call < 5; ++call) {
+    text << "Invalid rule handle " << rule << " for policy handle " << std::hex << policy << '\n';
+  }
+  return text.str();
+}
+
+// The names of rules whose lengths are given.
+std::vector<std::string> ruleNamesOf(AclPolicyHandle policy,
+                                     const std::vector<std::size_t> &lengths) {
+  const Bytes rules = rulesOf(policy);
+  std::vector<std::string> names;
+  std::size_t offset = 0;
+  for (const std::size_t length : lengths) {
+    names.emplace_back(reinterpret_cast<const char *>(&rules.at(offset)));
+    offset += length;
+  }
+  EXPECT_EQ(offset, rules.size());
+  return names;
+}
 
 std::string modifiedRulesText() {
   std::string text;
@@ -167,6 +203,32 @@ TEST_F(TestPoliciesTest, WithoutMemoryForThePolicyNothingIsPrinted) {
   EXPECT_EQ(failed.error, "");
 }
 
+TEST_F(TestPoliciesTest, FirstRuleWithoutMemoryIsMissingAndTheCallsReportIt) {
+  const Printed created = printedBy([] {
+    const FailAllocation guard(2);
+    return aclLibCreateTestPolicy("edge-in");
+  });
+  keep(created.policy);
+  ASSERT_NE(acl::findPolicy(created.policy), nullptr);
+  EXPECT_EQ(recordOf(created.policy).ruleCount, 5);
+  EXPECT_THAT(ruleNamesOf(created.policy, {88, 64, 64, 60, 52}),
+              ElementsAre("rule-1", "rule-2", "rule-3", "rule-4", "rule-5"));
+  EXPECT_EQ(created.output,
+            reportsOfAMissingRule(1, created.policy) + "ACL: edge-in Rules: 5 Size = 328 \n");
+}
+
+TEST_F(TestPoliciesTest, ProtocolAndPortsHaveAMaskOfZero) {
+  const Bytes rules = rulesOf(keep(create().policy));
+  EXPECT_EQ(wordAt(rules, 60), 0x00030004U);
+  EXPECT_EQ(wordAt(rules, 64), 0x02000000U);
+  EXPECT_EQ(wordAt(rules, 176 + 48), 0x000C0008U);
+  EXPECT_EQ(wordAt(rules, 176 + 52), 0x04B004B0U);
+  EXPECT_EQ(wordAt(rules, 176 + 56) >> 16, 0U);
+  EXPECT_EQ(wordAt(rules, 240 + 48), 0x000D0008U);
+  EXPECT_EQ(wordAt(rules, 240 + 52), 0x007804B0U);
+  EXPECT_EQ(wordAt(rules, 240 + 56) >> 16, 0U);
+}
+
 // ---- Modifying
 
 TEST_F(TestPoliciesTest, ModifiedPolicyHasTenRulesAndIsPrinted) {
@@ -189,9 +251,27 @@ TEST_F(TestPoliciesTest, ModifiedPolicyHasExactlyTenRulesWhateverItHeldBefore) {
     EXPECT_EQ(modified.policy, created);
     EXPECT_EQ(recordOf(created).ruleCount, 10);
     EXPECT_EQ(recordOf(created).usedSize, 880U);
+    EXPECT_TRUE(
+        matchesGolden(writtenBytesOf(rulesOf(created)), "policy/modified_test_policy.golden"));
     EXPECT_EQ(modified.output, "ACL: edge-in Rules: 10 Size = 880 \n");
     EXPECT_EQ(modified.error, modifiedRulesText());
   }
+}
+
+TEST_F(TestPoliciesTest, RuleWithoutMemoryToGrowIsMissingAndTheCallsReportIt) {
+  const AclPolicyHandle policy = keep(aclLibNewPolicy("edge-in"));
+  // The first allocation makes the buffer, whose 1024 bytes have room for six rules.
+  const Printed modified = printedBy([policy] {
+    const FailAllocation guard(2);
+    return aclLibModifyTestPolicy(policy);
+  });
+  EXPECT_EQ(modified.policy, policy);
+  EXPECT_EQ(recordOf(policy).ruleCount, 9);
+  EXPECT_THAT(ruleNamesOf(policy, std::vector<std::size_t>(9, 88)),
+              ElementsAre("rule-0", "rule-1", "rule-2", "rule-3", "rule-4", "rule-5", "rule-7",
+                          "rule-8", "rule-9"));
+  EXPECT_EQ(modified.output,
+            reportsOfAMissingRule(7, policy) + "ACL: edge-in Rules: 9 Size = 792 \n");
 }
 
 TEST_F(TestPoliciesTest, OpenRuleIsForgottenToo) {

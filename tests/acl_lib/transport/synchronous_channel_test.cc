@@ -144,6 +144,22 @@ TEST_F(SynchronousChannelTest, ConnectingIsRepeatedWithAPauseBehindEachNewAttemp
                           pause(10000), connect, pause(10000)));
 }
 
+TEST_F(SynchronousChannelTest, ConnectingIsRepeatedWithTheIdThatAConnectionStoredMeanwhile) {
+  initAclLibSyncConfigLib();
+  forget();
+  fake().queueResults("msgbusConnectToPeer", {-113, -113, 0});
+  unsigned attempts = 0;
+  fake().setHook("msgbusConnectToPeer", [&] {
+    if (++attempts == 2) fake().controlEvent(1, MSGBUS_CONTROL_RESTORED);
+  });
+  EXPECT_EQ(initAclLibSyncConfigLib(), 0);
+  EXPECT_THAT(
+      fake().calls({"msgbusConnectToPeer"}),
+      ElementsAre(Call::of("msgbusConnectToPeer", 2, 0), Call::of("msgbusConnectToPeer", 2, 0),
+                  Call::of("msgbusConnectToPeer", 1, 0)));
+  EXPECT_EQ(aclLibSyncConfigPeerId, 1U);
+}
+
 TEST_F(SynchronousChannelTest, RefusalAtTheFirstAttemptEndsTheSetUp) {
   fake().queueResults("msgbusConnectToPeer", {-109});
   EXPECT_EQ(initAclLibSyncConfigLib(), -109);
@@ -266,6 +282,18 @@ TEST_F(SynchronousChannelTest, RefusedSetUpIsNoticedOnlyBySending) {
   Bytes body = hex("3020 0000");
   EXPECT_EQ(exchange(body), -1);
   EXPECT_EQ(fake().calls({"msgbusSend"}).size(), 1U);
+}
+
+TEST_F(SynchronousChannelTest, AfterARefusalEachRequestFailsUntilTheChannelIsSetUpAgain) {
+  fake().queueResults("msgbusConnectToPeer", {-109});
+  Bytes body = hex("3020 0000");
+  EXPECT_EQ(exchange(body), -1);
+  EXPECT_EQ(exchange(body), -1);
+  EXPECT_EQ(fake().calls({"msgbusRegisterPeerByAddr"}).size(), 1U);
+  EXPECT_EQ(aclLibSyncConfigPeerId, 1U);
+  EXPECT_EQ(initAclLibSyncConfigLib(), 0);
+  fake().queueReceive(2, swplat_fake::object(0x1003, hex("3020 0007")));
+  EXPECT_EQ(exchange(body), 7);
 }
 
 TEST_F(SynchronousChannelTest, FailedSendReturnsMinusOneAndLeavesTheBodyAlone) {

@@ -39,13 +39,6 @@ class TransHandleTest : public LibraryTest {
 
   static std::size_t sends() { return fake().calls({"msgbusSend"}).size(); }
 
-  // The lengths of the packets that were sent.
-  static std::vector<std::size_t> sentLengths() {
-    std::vector<std::size_t> lengths;
-    for (const auto &packet : fake().sentPackets()) lengths.push_back(packet.bytes.size());
-    return lengths;
-  }
-
  private:
   struct Free {
     void operator()(TransHandle *handle) const { transHandleFree(handle); }
@@ -267,7 +260,7 @@ TEST_F(TransHandleTest, BodyOfSevenBytesNeedsTwelve) {
 TEST_F(TransHandleTest, BodyOfSevenBytesDoesNotFitIntoTen) {
   EXPECT_EQ(append(8114), 0);  // 10 bytes are left
   EXPECT_EQ(append(7), 0);
-  EXPECT_THAT(sentLengths(), ElementsAre(8118U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(8118U));
   EXPECT_EQ(used(), 12U);
 }
 
@@ -281,13 +274,13 @@ TEST_F(TransHandleTest, BodyOf96BytesFitsIntoHundred) {
 TEST_F(TransHandleTest, BodyOf97BytesFlushesAPacketWithRoomForHundred) {
   EXPECT_EQ(append(8024), 0);  // 100 bytes are left
   EXPECT_EQ(append(97), 0);
-  EXPECT_THAT(sentLengths(), ElementsAre(8028U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(8028U));
   EXPECT_EQ(used(), 102U);
 }
 
 TEST_F(TransHandleTest, LargestBodyOfAPacketIs8124Bytes) {
   EXPECT_EQ(send(Bytes(8124), 1), 0);
-  EXPECT_THAT(sentLengths(), ElementsAre(8128U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(8128U));
 }
 
 TEST_F(TransHandleTest, EmptyPacketIsFlushedBeforeABodyThatIsLongerThanAPacket) {
@@ -295,7 +288,7 @@ TEST_F(TransHandleTest, EmptyPacketIsFlushedBeforeABodyThatIsLongerThanAPacket) 
   EXPECT_THAT(fake().callNames(), ElementsAre("pktbufTrimPacket", "msgbusSend", "pktbufAllocPacket",
                                               "tlvInit", "tlvAddObject", "pktbufTrimPacket",
                                               "msgbusSend", "pktbufAllocPacket", "tlvInit"));
-  EXPECT_THAT(sentLengths(), ElementsAre(0U, 8130U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(0U, 8130U));
   ASSERT_EQ(fake().sentObjects().size(), 1U);
   EXPECT_EQ(fake().sentObjects()[0].value, Bytes(8125, std::byte{0x5A}));
 }
@@ -308,7 +301,7 @@ TEST_F(TransHandleTest, LongestBodyOf65535BytesIsSentWhole) {
 
 TEST_F(TransHandleTest, BodyOf65536BytesIsDroppedWithoutAnError) {
   EXPECT_EQ(send(Bytes(65536), 1), 0);
-  EXPECT_THAT(sentLengths(), ElementsAre(0U, 0U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(0U, 0U));
   EXPECT_EQ(used(), 0U);
 }
 
@@ -316,7 +309,7 @@ TEST_F(TransHandleTest, LengthsNearTheLimitOf32BitsDoNotWrap) {
   EXPECT_EQ(append(4), 0);
   const std::byte byte{};
   EXPECT_EQ(transHandleSend(handle(), kRequest, &byte, 0xFFFFFFFF, 0), 0);
-  EXPECT_THAT(sentLengths(), ElementsAre(8U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(8U));
   EXPECT_EQ(used(), 0U);
 }
 
@@ -324,7 +317,7 @@ TEST_F(TransHandleTest, PacketWithAnOverlongBodyHasNoRoomForAnother) {
   EXPECT_EQ(append(9000), 0);
   EXPECT_EQ(used(), 9004U);
   EXPECT_EQ(append(0), 0);
-  EXPECT_THAT(sentLengths(), ElementsAre(0U, 9004U));
+  EXPECT_THAT(sentPacketLengths(), ElementsAre(0U, 9004U));
   EXPECT_EQ(used(), 4U);
 }
 

@@ -36,7 +36,8 @@ void expectOneLength(Decode decode, const Bytes &body) {
                                           std::to_string(body.size()) + " expected");
   }
   EXPECT_EQ(refusalOf(decode, join(body, Bytes(1))),
-            "-3 1 bytes behind the body's head, 0 announced");
+            "-3 body of " + std::to_string(body.size() + 1) + " bytes, " +
+                std::to_string(body.size()) + " expected");
 }
 
 }  // namespace test_support

@@ -63,7 +63,7 @@ TEST(DecodeProcessInfo, NameWithoutNulIsRefused) {
 TEST(DecodeProcessInfo, OtherLengthsThan628AreRefused) {
   expectRefusedAtEveryShorterLength(decodeProcessInfo, processInfoBody("stpd"));
   EXPECT_EQ(refusalOf(decodeProcessInfo, join(processInfoBody("stpd"), hex("00"))),
-            "-3 1 bytes behind the body's head, 0 announced");
+            "-3 body of 629 bytes, 628 expected");
 }
 
 TEST(DecodePolicyChunk, EveryFieldIsRead) {
@@ -91,6 +91,7 @@ TEST(DecodePolicyChunk, EveryFieldIsRead) {
 TEST(DecodePolicyChunk, OtherLengthsThanAnnouncedAreRefused) {
   const Bytes body = chunkBody({.total = 100}, Bytes(20));
   expectRefusedAtEveryShorterLength(decodePolicyChunk, body);
+  EXPECT_EQ(refusalOf(decodePolicyChunk, Bytes(651)), "-3 body of 651 bytes, its head has 652");
   EXPECT_EQ(refusalOf(decodePolicyChunk, join(body, hex("00"))),
             "-3 21 bytes behind the body's head, 20 announced");
 }
@@ -114,7 +115,7 @@ TEST(DecodeDeletePolicy, NameStandsAt592) {
 TEST(DecodeDeletePolicy, OtherLengthsThan652AndBadNamesAreRefused) {
   expectRefusedAtEveryShorterLength(decodeDeletePolicy, deleteBody("guard"));
   EXPECT_EQ(refusalOf(decodeDeletePolicy, join(deleteBody("guard"), hex("00"))),
-            "-3 1 bytes behind the body's head, 0 announced");
+            "-3 body of 653 bytes, 652 expected");
   EXPECT_EQ(refusalOf(decodeDeletePolicy, deleteBody("")), "-3 the policy's name is empty");
   EXPECT_EQ(refusalOf(decodeDeletePolicy, deleteBody(std::string(33, 'n'))),
             "-3 the name is not terminated");
@@ -145,7 +146,7 @@ TEST(DecodeBinding, OtherLengthsThan2096AndBadNamesAreRefused) {
   const Bytes body = bindingBody(0x2005, "guard", 1, 2);
   expectRefusedAtEveryShorterLength(decodeBinding, body);
   EXPECT_EQ(refusalOf(decodeBinding, join(body, hex("00"))),
-            "-3 1 bytes behind the body's head, 0 announced");
+            "-3 body of 2097 bytes, 2096 expected");
   EXPECT_EQ(refusalOf(decodeBinding, bindingBody(0x2005, "", 1, 2)),
             "-3 the policy's name is empty");
   EXPECT_EQ(refusalOf(decodeBinding, bindingBody(0x2005, std::string(33, 'n'), 1, 2)),

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
+#include <utility>
 
 #include "tests/support/bytes.h"
 
@@ -19,20 +21,28 @@ RuleTerm term(std::uint32_t type, const Bytes &data = {}, std::uint32_t prefixLe
   return expected;
 }
 
-std::vector<RuleTerm> termsOfEntries(std::vector<Entry> conditions, std::vector<Entry> actions) {
-  return termsOf(Rule{"r", 1, std::move(conditions), std::move(actions)}).value();
+// Rules that deny what meets their conditions.
+Outcome<std::vector<RuleTerm>> termsOfConditions(std::vector<Entry> conditions) {
+  return termsOf(Rule{"r", 1, std::move(conditions), {{2, {}}}});
 }
 
-TEST(RuleTerms, ConditionsOfAValueUnderAMaskAreTerms) {
+// Rules that do something with everything.
+Outcome<std::vector<RuleTerm>> termsOfActions(std::vector<Entry> actions) {
+  return termsOf(Rule{"r", 1, {}, std::move(actions)});
+}
+
+// Why there are no terms; empty when there are.
+std::string refusalOf(const Outcome<std::vector<RuleTerm>> &terms) {
+  if (terms) return "";
+  return std::to_string(static_cast<int>(terms.refusal().status)) + " " + terms.refusal().reason;
+}
+
+TEST(RuleTerms, ConditionOfAValueUnderAMaskIsATermBeforeTheVerdict) {
   const Bytes data = hex("0A000001 FFFFFF00");
   for (const std::uint32_t type : {0U, 1U, 34U, 35U, 40U, 41U, 54U}) {
-    EXPECT_EQ(termsOfEntries({{type, data}}, {}), std::vector{term(3, data)}) << type;
+    EXPECT_EQ(termsOfConditions({{type, data}}).value(), (std::vector{term(3, data), term(2)}))
+        << type;
   }
-}
-
-TEST(RuleTerms, OtherConditionsAreNone) {
-  EXPECT_TRUE(
-      termsOfEntries({{3, Bytes(2)}, {4, Bytes(4)}, {59, Bytes(8)}, {26, Bytes(8)}}, {}).empty());
 }
 
 const Bytes kAddress = hex("20010DB8 00000000 00000000 00000001");
@@ -41,7 +51,7 @@ Bytes ipv6(const Bytes &mask) {
   return join(kAddress, mask, hex("EEEEEEEE"));
 }
 
-TEST(RuleTerms, IPv6AddressesAreTermsWithThePrefixOfTheirMask) {
+TEST(RuleTerms, IPv6AddressIsATermWithThePrefixOfItsMask) {
   const std::pair<Bytes, std::uint32_t> masks[] = {
       {Bytes(16), 0},
       {hex("80000000 00000000 00000000 00000000"), 1},
@@ -51,38 +61,63 @@ TEST(RuleTerms, IPv6AddressesAreTermsWithThePrefixOfTheirMask) {
   };
   for (const auto &[mask, length] : masks) {
     for (const std::uint32_t type : {23U, 24U}) {
-      EXPECT_EQ(termsOfEntries({{type, ipv6(mask)}}, {}), std::vector{term(4, kAddress, length)});
+      EXPECT_EQ(termsOfConditions({{type, ipv6(mask)}}).value(),
+                (std::vector{term(4, kAddress, length), term(2)}));
     }
   }
 }
 
-TEST(RuleTerms, IPv6MaskThatIsNoPrefixCannotBeTold) {
+TEST(RuleTerms, IPv6MaskThatIsNoPrefixCannotBeDescribed) {
   for (const char *mask :
        {"00000000 00000000 00000000 00000001", "FFFFFFFF FFFFFFFF 40000000 00000000",
         "FF00FF00 00000000 00000000 00000000", "F0800000 00000000 00000000 00000000"}) {
-    const auto terms = termsOf(Rule{"r", 1, {{23, ipv6(hex(mask))}}, {}});
-    ASSERT_FALSE(terms) << mask;
-    EXPECT_EQ(terms.refusal().status, Status::kConfigFailed);
-    EXPECT_EQ(terms.refusal().reason, "the mask of an IPv6 address is no prefix");
+    EXPECT_EQ(refusalOf(termsOfConditions({{23, ipv6(hex(mask))}})),
+              "-17 the mask of an IPv6 address is no prefix")
+        << mask;
   }
 }
 
-TEST(RuleTerms, AcceptAndDenyAreTermsAndOtherActionsAreNone) {
-  EXPECT_EQ(termsOfEntries({}, {{10, {}}, {2, {}}, {12, Bytes(38)}, {1, {}}}),
-            (std::vector{term(2), term(1)}));
+TEST(RuleTerms, OtherConditionsCannotBeDescribed) {
+  EXPECT_EQ(refusalOf(termsOfConditions({{3, Bytes(2)}})), "-17 condition 3 is no term");
+  EXPECT_EQ(refusalOf(termsOfConditions({{26, Bytes(8)}})), "-17 condition 26 is no term");
 }
 
-TEST(RuleTerms, VerdictOfAnActionGroupIsATerm) {
-  EXPECT_EQ(termsOfEntries({}, {{9, hex("00000020")}}), std::vector{term(1)});
-  EXPECT_EQ(termsOfEntries({}, {{9, hex("00000060")}}), std::vector{term(2)});
-  EXPECT_TRUE(termsOfEntries({}, {{9, hex("00000640")}}).empty());  // no verdict in it
+TEST(RuleTerms, SeveralConditionsCannotBeDescribedSinceTermsAreAlternatives) {
+  const Entry source{0, hex("0A000001 FFFFFFFF")};
+  const Entry destination{1, hex("0B000001 FFFFFFFF")};
+  EXPECT_EQ(refusalOf(termsOfConditions({source, destination})), "-17 2 conditions, 1 can be told");
+  EXPECT_EQ(refusalOf(termsOfConditions({source, source, {3, Bytes(2)}})),
+            "-17 3 conditions, 1 can be told");
 }
 
-TEST(RuleTerms, ActionsComeBehindConditionsEachInTheirOrder) {
-  const Bytes first = hex("01010101 FFFFFFFF");
-  const Bytes second = hex("02020202 FFFFFFFF");
-  EXPECT_EQ(termsOfEntries({{1, second}, {0, first}}, {{2, {}}}),
-            (std::vector{term(3, second), term(3, first), term(2)}));
+TEST(RuleTerms, RuleWithoutConditionsMatchesEveryValueAndEveryAddress) {
+  EXPECT_EQ(termsOfActions({{1, {}}}).value(), (std::vector{term(3), term(4), term(1)}));
+  EXPECT_EQ(termsOfActions({{2, {}}}).value(), (std::vector{term(3), term(4), term(2)}));
+}
+
+TEST(RuleTerms, ActionsThatDoNotDecideAreLeftOut) {
+  EXPECT_EQ(termsOfActions({{10, {}}, {12, Bytes(38)}, {1, {}}, {11, {}}}).value(),
+            (std::vector{term(3), term(4), term(1)}));
+}
+
+TEST(RuleTerms, VerdictOfAnActionGroupIsTheRules) {
+  EXPECT_EQ(termsOfActions({{9, hex("00000020")}}).value().back(), term(1));
+  EXPECT_EQ(termsOfActions({{9, hex("00000060")}}).value().back(), term(2));
+}
+
+TEST(RuleTerms, RuleThatNeitherAcceptsNorDeniesCannotBeDescribed) {
+  const std::string reason = "-17 the rule neither accepts nor denies";
+  EXPECT_EQ(refusalOf(termsOfActions({})), reason);
+  EXPECT_EQ(refusalOf(termsOfActions({{10, {}}, {12, Bytes(38)}})), reason);
+  EXPECT_EQ(refusalOf(termsOfActions({{9, hex("00000640")}})), reason);  // no verdict in it
+}
+
+TEST(RuleTerms, RuleThatBothAcceptsAndDeniesCannotBeDescribed) {
+  const std::string reason = "-17 the rule both accepts and denies";
+  EXPECT_EQ(refusalOf(termsOfActions({{1, {}}, {2, {}}})), reason);
+  EXPECT_EQ(refusalOf(termsOfActions({{2, {}}, {10, {}}, {9, hex("00000020")}})), reason);
+  EXPECT_EQ(termsOfActions({{2, {}}, {9, hex("00000060")}, {2, {}}}).value(),
+            (std::vector{term(3), term(4), term(2)}));
 }
 
 }  // namespace

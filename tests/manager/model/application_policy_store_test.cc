@@ -38,6 +38,13 @@ ApplicationPolicyKey keyMatching(int type, std::string_view bytes) {
   return key;
 }
 
+// Keys of one address, which one unapply means.
+ApplicationPolicyKey addressWithMask(int lastByte) {
+  ApplicationPolicyKey key = keyMatching(62, "010203040506");
+  key.match.bytes[11] = static_cast<std::byte>(lastByte);
+  return key;
+}
+
 DynamicRule ruleNamed(std::string name) {
   return {.name = std::move(name), .owner = 3, .rule = {}, .counterNames = {}};
 }
@@ -75,6 +82,16 @@ TEST_F(ApplicationPolicyStoreTest, ApplyingTheVerySameAgainIsOkAndHoldsOnce) {
   EXPECT_EQ(store_.size(), 1U);
   EXPECT_EQ(store_.unapply(kKey, entriesOf({"a"})), Status::kOk);
   EXPECT_FALSE(isInUse("a"));
+}
+
+TEST_F(ApplicationPolicyStoreTest, TheVerySameAgainHoldsWhatItsNamesMeanByNow) {
+  EXPECT_EQ(store_.apply(kKey, policyOf({"p"})), Status::kOk);
+  rules_.add(ruleNamed("p"));
+  EXPECT_FALSE(isInUse("p"));
+  EXPECT_EQ(policies_.remove("p"), Status::kPolicyInUse);
+  EXPECT_EQ(store_.apply(kKey, policyOf({"p"})), Status::kOk);
+  EXPECT_TRUE(isInUse("p"));
+  EXPECT_EQ(policies_.remove("p"), Status::kOk);
 }
 
 TEST_F(ApplicationPolicyStoreTest, OtherContentUnderTheKeyReplacesThePolicy) {
@@ -199,6 +216,38 @@ TEST_F(ApplicationPolicyStoreTest, UnapplyMeansTheVeryWordsThatAreMatched) {
             Status::kInstanceNotExist);
   EXPECT_EQ(store_.unapply(kKey, entriesOf({"a"})), Status::kInstanceNotExist);
   EXPECT_EQ(store_.unapply(keyMatching(39, "00000001 00000002"), entriesOf({"a"})), Status::kOk);
+}
+
+TEST_F(ApplicationPolicyStoreTest, OneMoreThan64PoliciesOfOneUnapplyIsRefusedAndReplacingIsNot) {
+  ApplicationPolicyStore store(rules_, policies_);
+  for (int mask = 0; mask < 64; ++mask) {
+    ASSERT_EQ(store.apply(addressWithMask(mask), policyOf({"a"})), Status::kOk);
+  }
+  EXPECT_EQ(store.apply(addressWithMask(64), policyOf({"b"})), Status::kNoMemory);
+  EXPECT_FALSE(isInUse("b"));
+  EXPECT_EQ(store.apply(addressWithMask(63), policyOf({"b"})), Status::kOk);
+  EXPECT_EQ(store.apply(keyMatching(62, "010203040507"), policyOf({"a"})), Status::kOk);
+  EXPECT_EQ(store.unapply(addressWithMask(0), entriesOf({"b"})), Status::kOk);
+  EXPECT_EQ(store.apply(addressWithMask(64), policyOf({"c"})), Status::kOk);
+  EXPECT_EQ(store.unapply(addressWithMask(0), entriesOf({"c", "a"})), Status::kOk);
+  EXPECT_EQ(store.size(), 1U);
+}
+
+TEST_F(ApplicationPolicyStoreTest, MoveThatGivesOneUnapplyMoreThan64PoliciesIsRefused) {
+  ApplicationPolicyStore store(rules_, policies_);
+  for (int mask = 0; mask < 65; ++mask) {
+    ApplicationPolicyKey key = addressWithMask(mask);
+    if (mask > 40) key.appId = 6;
+    ASSERT_EQ(store.apply(key, policyOf({"a"})), Status::kOk);
+  }
+  EXPECT_EQ(store.move(2, 5, 6), Status::kNoMemory);
+  EXPECT_NE(store.find(addressWithMask(40)), nullptr);
+  EXPECT_EQ(store.move(2, 5, 5), Status::kOk);
+  ApplicationPolicyKey last = addressWithMask(64);
+  last.appId = 6;
+  EXPECT_NE(store.find(last), nullptr);
+  EXPECT_EQ(store.removeAllOf(6), 24U);
+  EXPECT_EQ(store.move(2, 5, 6), Status::kOk);
 }
 
 TEST_F(ApplicationPolicyStoreTest, MoveGivesAllPoliciesOfAKindToAnotherApplication) {

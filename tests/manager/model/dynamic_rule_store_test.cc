@@ -12,6 +12,8 @@ namespace aclmgr {
 namespace {
 
 constexpr std::uint32_t kOwner = 3;
+constexpr std::uint32_t kConnection = 1;
+constexpr std::uint32_t kOtherConnection = 2;
 constexpr BindingPoint kPoint{.port = 0x30007, .vlan = 10, .direction = 1};
 constexpr BindingPoint kOtherPoint{.port = 0x30007, .vlan = 11, .direction = 1};
 
@@ -101,9 +103,9 @@ TEST_F(DynamicRuleStoreTest, BoundInstalledAndHeldRulesAreInUse) {
   store_.bind("a", kPoint, {});
   EXPECT_EQ(store_.remove("a", kOwner), Status::kRuleInUse);
   store_.unbind("a", kPoint);
-  store_.install("a");
+  store_.install("a", kConnection);
   EXPECT_EQ(store_.remove("a", kOwner), Status::kRuleInUse);
-  store_.uninstall("a");
+  store_.uninstall("a", kConnection);
   store_.hold("a");
   store_.hold("a");
   EXPECT_EQ(store_.remove("a", kOwner), Status::kRuleInUse);
@@ -284,16 +286,45 @@ TEST_F(DynamicRuleStoreTest, CountersNeedTheRuleTheBindingAndTheCounter) {
   EXPECT_EQ(store_.count("b", kPoint, 1), Status::kInstanceNotExist);
 }
 
-TEST_F(DynamicRuleStoreTest, InstalledRuleIsInstalledOnce) {
-  EXPECT_EQ(store_.install("none"), Status::kRuleNotExist);
-  EXPECT_EQ(store_.uninstall("none"), Status::kRuleNotExist);
-  EXPECT_EQ(store_.uninstall("a"), Status::kInstanceNotExist);
-  EXPECT_EQ(store_.install("a"), Status::kOk);
-  EXPECT_EQ(store_.install("a"), Status::kOk);
+TEST_F(DynamicRuleStoreTest, InstalledRuleIsInstalledOnceForAConnection) {
+  EXPECT_EQ(store_.install("none", kConnection), Status::kRuleNotExist);
+  EXPECT_EQ(store_.uninstall("none", kConnection), Status::kRuleNotExist);
+  EXPECT_EQ(store_.uninstall("a", kConnection), Status::kInstanceNotExist);
+  EXPECT_EQ(store_.install("a", kConnection), Status::kOk);
+  EXPECT_EQ(store_.install("a", kConnection), Status::kOk);
   EXPECT_TRUE(store_.isInstalled("a"));
   EXPECT_FALSE(store_.isInstalled("b"));
-  EXPECT_EQ(store_.uninstall("a"), Status::kOk);
+  EXPECT_EQ(store_.uninstall("a", kConnection), Status::kOk);
+  EXPECT_EQ(store_.uninstall("a", kConnection), Status::kInstanceNotExist);
   EXPECT_FALSE(store_.isInstalled("a"));
+}
+
+TEST_F(DynamicRuleStoreTest, EveryConnectionHasAMarkOfItsOwn) {
+  store_.install("a", kConnection);
+  EXPECT_EQ(store_.uninstall("a", kOtherConnection), Status::kInstanceNotExist);
+  store_.install("a", kOtherConnection);
+  EXPECT_EQ(store_.uninstall("a", kConnection), Status::kOk);
+  EXPECT_TRUE(store_.isInstalled("a"));
+  EXPECT_EQ(store_.remove("a", kOwner), Status::kRuleInUse);
+  EXPECT_EQ(store_.uninstall("a", kOtherConnection), Status::kOk);
+  EXPECT_EQ(store_.remove("a", kOwner), Status::kOk);
+}
+
+TEST_F(DynamicRuleStoreTest, ConnectionThatIsGoneHasNothingInstalled) {
+  for (const char *name : {"a", "b"}) store_.install(name, kConnection);
+  store_.install("b", kOtherConnection);
+  store_.uninstallAllOf(kConnection);
+  EXPECT_FALSE(store_.isInstalled("a"));
+  EXPECT_TRUE(store_.isInstalled("b"));
+  EXPECT_EQ(store_.uninstall("b", kConnection), Status::kInstanceNotExist);
+}
+
+TEST_F(DynamicRuleStoreTest, MovedStoreKeepsItsBindings) {
+  for (const char *name : {"a", "b"}) store_.bind(name, kPoint, {});
+  store_ = DynamicRuleStore(std::move(store_));
+  EXPECT_EQ(orderAt(kPoint), "ab");
+  EXPECT_EQ(store_.unbind("a", kPoint), Status::kOk);
+  EXPECT_EQ(orderAt(kPoint), "b");
 }
 
 TEST_F(DynamicRuleStoreTest, RemovingAllRulesOfAnOwnerKeepsThoseThatAreHeldAndThoseOfOthers) {
@@ -304,7 +335,7 @@ TEST_F(DynamicRuleStoreTest, RemovingAllRulesOfAnOwnerKeepsThoseThatAreHeldAndTh
   store_.bind("x", kPoint, {});
   store_.bind("b", kOtherPoint, {});
   store_.hold("b");
-  store_.install("c");
+  store_.install("c", kConnection);
   EXPECT_EQ(store_.removeAllOf(kOwner), 4U);
   EXPECT_EQ(store_.size(), 2U);
   EXPECT_NE(store_.find("b"), nullptr);
@@ -322,10 +353,12 @@ TEST_F(DynamicRuleStoreTest, ExhaustedMemoryChangesNothing) {
   const unsigned failures = test_support::forEachAllocationFailure([&] {
     bool isAdded = false;
     bool isBound = false;
+    bool isInstalled = false;
     try {
       isAdded = store_.add(added) == Status::kOk;
       isBound = store_.bind(added.name, kPoint, attributes) == Status::kOk &&
                 store_.bind("b", kOtherPoint, {}) == Status::kOk;
+      isInstalled = store_.install("b", kConnection) == Status::kOk;
     } catch (const std::bad_alloc &) {
     }
     const test_support::AllocationExemption exemption;
@@ -333,6 +366,8 @@ TEST_F(DynamicRuleStoreTest, ExhaustedMemoryChangesNothing) {
     EXPECT_EQ(store_.bindingCount(), 1U + (store_.indexAt(added.name, kPoint) != 0) +
                                          (store_.indexAt("b", kOtherPoint) != 0));
     EXPECT_EQ(store_.bindingCount() == 3, isBound);
+    EXPECT_EQ(store_.isInstalled("b"), isInstalled);
+    store_.uninstallAllOf(kConnection);
     EXPECT_EQ(store_.unbindAll("b"), isBound ? Status::kOk : Status::kInstanceNotExist);
     store_.unbindAll(added.name);
     EXPECT_EQ(store_.remove(added.name, kOwner), isAdded ? Status::kOk : Status::kRuleNotExist);

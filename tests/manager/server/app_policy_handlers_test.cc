@@ -1,4 +1,4 @@
-#include "manager/server/app_policy_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <gtest/gtest.h>
 
@@ -6,6 +6,7 @@
 
 #include "tests/manager/app_policy_bytes.h"
 #include "tests/manager/dynamic_rule_bytes.h"
+#include "tests/manager/server/served_requests.h"
 
 namespace aclmgr {
 namespace {
@@ -22,29 +23,14 @@ using test_support::policyBody;
 using test_support::putAt;
 using test_support::unapplyBody;
 
-class AppPolicyHandlersTest : public testing::Test {
+class AppPolicyHandlersTest : public testing::Test, protected test_support::ServedRequests {
  protected:
   void SetUp() override {
     for (const char *name : {"a", "b"}) {
-      ASSERT_EQ(handle(addRuleBody(name, encodedRule("inner", 1, "", "00010000"))), 0);
+      ASSERT_EQ(serve(addRuleBody(name, encodedRule("inner", 1, "", "00010000"))), 0);
     }
-    ASSERT_EQ(handle(policyBody(0x2001, "web", {}, 0)), 0);
+    ASSERT_EQ(serve(policyBody(0x2001, "web", {}, 0)), 0);
   }
-
-  // The status that a body is answered with.
-  int handle(const Bytes &body, bool isSuperseded = false) {
-    const auto code = static_cast<std::uint16_t>(std::to_integer<int>(body[0]) << 8 |
-                                                 std::to_integer<int>(body[1]));
-    text_ = {};
-    const auto answer =
-        handlerOf(code).handle(state_, Request{1, code, body, true, isSuperseded}, text_);
-    reason_ = answer.value().reason;
-    return static_cast<int>(answer.value().status);
-  }
-
-  ManagerState state_;
-  RequestText text_;
-  std::string reason_;
 };
 
 TEST_F(AppPolicyHandlersTest, CodesHaveTheirNames) {
@@ -64,85 +50,89 @@ TEST_F(AppPolicyHandlersTest, ApplyInstallsThePolicyAndTellsOfIt) {
   putAt(body, 668, hex("1A"));
   putAt(body, 676, bytesOf("zo\"ne"));
   putAt(body, 756, hex("00000004"));
-  EXPECT_EQ(handle(body), 0);
-  EXPECT_EQ(state_.applicationPolicies.size(), 1U);
-  EXPECT_EQ(text_.fields,
+  EXPECT_EQ(serve(body), 0);
+  EXPECT_EQ(state.applicationPolicies.size(), 1U);
+  EXPECT_EQ(text.fields,
             "number 9, application 5, kind 2, tag 7, word 8, match words 1 2, policy \"guard\", "
             "second match name \"zo\\\"ne\", 2 rules, attribute 258, words 4 3");
-  EXPECT_EQ(text_.rules, "  Rule \"a\" attribute 100\n  Rule \"web\" attribute 101\n");
+  EXPECT_EQ(text.rules, "  Rule \"a\" attribute 100\n  Rule \"web\" attribute 101\n");
 }
 
 TEST_F(AppPolicyHandlersTest, AddressesAreShownWithTheirMasks) {
-  EXPECT_EQ(handle(appPolicyBody(
+  EXPECT_EQ(serve(appPolicyBody(
                 {.rules = {"a"}, .match1Type = 62, .match1 = hex("0A0B0C0D0E0F FFFFFFFFFF00")})),
             0);
-  EXPECT_NE(text_.fields.find("match type 62 0a:0b:0c:0d:0e:0f/ff:ff:ff:ff:ff:00, "),
+  EXPECT_NE(text.fields.find("match type 62 0a:0b:0c:0d:0e:0f/ff:ff:ff:ff:ff:00, "),
             std::string::npos);
-  EXPECT_NE(text_.fields.find("second match nothing, "), std::string::npos);
+  EXPECT_NE(text.fields.find("second match nothing, "), std::string::npos);
 }
 
 TEST_F(AppPolicyHandlersTest, RulesAreNotShownWhereNobodyWantsThem) {
   const Bytes body = appPolicyBody({.rules = {"a"}});
-  handlerOf(0x300B).handle(state_, Request{1, 0x300B, body, false}, text_);
-  EXPECT_EQ(text_.rules, "");
+  handlerOf(0x300B).handle(state, Request{1, 0x300B, body, false}, text);
+  EXPECT_EQ(text.rules, "");
 }
 
 TEST_F(AppPolicyHandlersTest, RuleThatDoesNotExistIsRefusedByItsName) {
-  EXPECT_EQ(handle(appPolicyBody({.rules = {"a", "x", "y"}})), -19);
-  EXPECT_EQ(reason_, "\"x\"");
-  EXPECT_EQ(state_.applicationPolicies.size(), 0U);
-  EXPECT_EQ(handle(deleteRuleBody("a")), 0);
+  EXPECT_EQ(serve(appPolicyBody({.rules = {"a", "x", "y"}})), -19);
+  EXPECT_EQ(reason, "\"x\"");
+  EXPECT_EQ(state.applicationPolicies.size(), 0U);
+  EXPECT_EQ(serve(deleteRuleBody("a")), 0);
+}
+
+TEST_F(AppPolicyHandlersTest, RefusalForAnotherReasonNamesNoRule) {
+  for (int name = 0; name < 64; ++name) {
+    ASSERT_EQ(serve(appPolicyBody(
+                  {.rules = {"a"}, .match1Type = 26, .match1 = bytesOf(std::to_string(name))})),
+              0);
+  }
+  EXPECT_EQ(serve(appPolicyBody({.rules = {"a"}})), -18);
+  EXPECT_EQ(reason, "");
+  EXPECT_EQ(serve(appPolicyBody({.rules = {"y"}})), -19);
+  EXPECT_EQ(reason, "\"y\"");
 }
 
 TEST_F(AppPolicyHandlersTest, WhatAnApplicationPolicyNamesIsNotDeleted) {
-  EXPECT_EQ(handle(appPolicyBody({.rules = {"a", "web"}})), 0);
-  EXPECT_EQ(handle(deleteRuleBody("a")), -20);
-  EXPECT_EQ(handle(deleteBody("web")), -13);
-  EXPECT_EQ(handle(deleteRuleBody("b")), 0);
-  EXPECT_EQ(handle(unapplyBody({.rules = {"a", "web"}})), 0);
-  EXPECT_EQ(handle(deleteRuleBody("a")), 0);
-  EXPECT_EQ(handle(deleteBody("web")), 0);
+  EXPECT_EQ(serve(appPolicyBody({.rules = {"a", "web"}})), 0);
+  EXPECT_EQ(serve(deleteRuleBody("a")), -20);
+  EXPECT_EQ(serve(deleteBody("web")), -13);
+  EXPECT_EQ(serve(deleteRuleBody("b")), 0);
+  EXPECT_EQ(serve(unapplyBody({.rules = {"a", "web"}})), 0);
+  EXPECT_EQ(serve(deleteRuleBody("a")), 0);
+  EXPECT_EQ(serve(deleteBody("web")), 0);
 }
 
 TEST_F(AppPolicyHandlersTest, OneMoreThan4096PoliciesIsRefusedForMemory) {
   for (std::uint32_t tag = 1; tag <= 4096; ++tag) {
-    ASSERT_EQ(handle(appPolicyBody({.tag = tag, .rules = {"a"}})), 0);
+    ASSERT_EQ(serve(appPolicyBody({.tag = tag, .rules = {"a"}})), 0);
   }
-  EXPECT_EQ(handle(appPolicyBody({.tag = 4097, .rules = {"a"}})), -18);
-  EXPECT_EQ(handle(appPolicyBody({.tag = 4096, .rules = {"b"}})), 0);
+  EXPECT_EQ(serve(appPolicyBody({.tag = 4097, .rules = {"a"}})), -18);
+  EXPECT_EQ(serve(appPolicyBody({.tag = 4096, .rules = {"b"}})), 0);
 }
 
 TEST_F(AppPolicyHandlersTest, UnapplyTakesRulesAwayAndTellsOfIt) {
-  handle(appPolicyBody({.tag = 7, .word3 = 8, .rules = {"a", "b"}}));
-  EXPECT_EQ(handle(unapplyBody({.seqNo = 10, .tag = 7, .word3 = 8, .rules = {"b"}})), 0);
-  EXPECT_EQ(text_.fields,
-            "number 10, application 5, kind 2, tag 7, word 8, match nothing, 1 rules");
-  EXPECT_EQ(text_.rules, "  Rule \"b\" attribute 100\n");
-  EXPECT_EQ(handle(unapplyBody({.tag = 7, .word3 = 8, .rules = {"b"}})), -14);
-  EXPECT_EQ(handle(unapplyBody({.tag = 7, .word3 = 8, .rules = {"a"}})), 0);
-  EXPECT_EQ(handle(unapplyBody({.tag = 7, .word3 = 8, .rules = {"a"}})), -14);
-  EXPECT_EQ(state_.applicationPolicies.size(), 0U);
-}
-
-TEST_F(AppPolicyHandlersTest, SupersededUnapplyIsNotCarriedOut) {
-  handle(appPolicyBody({.rules = {"a"}}));
-  EXPECT_EQ(handle(unapplyBody({.rules = {"a"}}), true), -43);
-  EXPECT_EQ(reason_, "a request behind it applies the policy anew");
-  EXPECT_EQ(state_.applicationPolicies.size(), 1U);
+  serve(appPolicyBody({.tag = 7, .word3 = 8, .rules = {"a", "b"}}));
+  EXPECT_EQ(serve(unapplyBody({.seqNo = 10, .tag = 7, .word3 = 8, .rules = {"b"}})), 0);
+  EXPECT_EQ(text.fields, "number 10, application 5, kind 2, tag 7, word 8, match nothing, 1 rules");
+  EXPECT_EQ(text.rules, "  Rule \"b\" attribute 100\n");
+  EXPECT_EQ(serve(unapplyBody({.tag = 7, .word3 = 8, .rules = {"b"}})), -14);
+  EXPECT_EQ(serve(unapplyBody({.tag = 7, .word3 = 8, .rules = {"a"}})), 0);
+  EXPECT_EQ(serve(unapplyBody({.tag = 7, .word3 = 8, .rules = {"a"}})), -14);
+  EXPECT_EQ(state.applicationPolicies.size(), 0U);
 }
 
 TEST_F(AppPolicyHandlersTest, MalformedBodiesChangeNothing) {
-  handle(appPolicyBody({.rules = {"a"}}));
+  serve(appPolicyBody({.rules = {"a"}}));
   const Bytes bodies[] = {appPolicyBody({.tag = 1, .rules = {"a"}}), unapplyBody({.rules = {"a"}})};
   for (const Bytes &body : bodies) {
     for (std::size_t length = 2; length < body.size(); ++length) {
       const Bytes cut(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length));
-      ASSERT_EQ(handle(cut), -3) << length;
+      ASSERT_EQ(serve(cut), -3) << length;
     }
   }
-  EXPECT_EQ(handle(appPolicyBody({.rules = {}})), -2);
-  EXPECT_EQ(handle(unapplyBody({.rules = {}})), -2);
-  EXPECT_EQ(state_.applicationPolicies.size(), 1U);
+  EXPECT_EQ(serve(appPolicyBody({.rules = {}})), -2);
+  EXPECT_EQ(serve(unapplyBody({.rules = {}})), -2);
+  EXPECT_EQ(state.applicationPolicies.size(), 1U);
 }
 
 }  // namespace

@@ -14,17 +14,6 @@ using test_support::putAt;
 using test_support::unapplyBody;
 using test_support::zeros;
 
-TEST(AppPolicyReplies, ApplyRangeReplyHas608BytesWithTheRange) {
-  const ApplyRange range{
-      .appId = 5, .kind = 6, .tag = 0x11121314, .firstSeqNo = 0x21222324, .lastSeqNo = 0x31323334};
-  Bytes expected = zeros(608);
-  putAt(expected, 0, hex("300B FFED"));  // -19
-  putAt(expected, 592, hex("05 06"));
-  putAt(expected, 596, hex("11121314"));
-  putAt(expected, 600, hex("21222324 31323334"));
-  EXPECT_EQ(applyRangeReply(range, Status::kRuleNotExist), expected);
-}
-
 TEST(AppPolicyReplies, ApplyReplyHasARangeOfOne) {
   Bytes request = appPolicyBody({.seqNo = 0x01020304});
   for (const std::size_t place : {4U, 584U, 594U, 700U, 720U, 2300U}) {
@@ -36,6 +25,22 @@ TEST(AppPolicyReplies, ApplyReplyHasARangeOfOne) {
   putAt(expected, 596, hex("11121314"));
   putAt(expected, 600, hex("01020304 01020304"));
   EXPECT_EQ(applyReply(request, Status::kOk), expected);
+}
+
+TEST(AppPolicyReplies, ExtendedApplyReplyHasAnotherLastNumberAndNothingElse) {
+  Bytes reply = applyReply(appPolicyBody({.seqNo = 0x21222324}), Status::kRuleNotExist);
+  extendApplyReply(reply, 0x31323334);
+  Bytes expected = zeros(608);
+  putAt(expected, 0, hex("300B FFED"));  // -19
+  putAt(expected, 592, hex("05 02"));
+  putAt(expected, 596, hex("11121314"));
+  putAt(expected, 600, hex("21222324 31323334"));
+  EXPECT_EQ(reply, expected);
+}
+
+TEST(AppPolicyReplies, ApplyReplyToAnUnapplyHasItsNumberToo) {
+  EXPECT_EQ(applyReply(unapplyBody({.seqNo = 7}), Status::kOk),
+            applyReply(appPolicyBody({.seqNo = 7}), Status::kOk));
 }
 
 TEST(AppPolicyReplies, UnapplyReplyHas608BytesWithNumberAndApplicationAlone) {

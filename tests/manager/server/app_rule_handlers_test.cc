@@ -1,4 +1,4 @@
-#include "manager/server/app_rule_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,9 @@ using test_support::addRuleBody;
 using test_support::appRuleBody;
 using test_support::Bytes;
 using test_support::bytesOf;
+using test_support::countActionHex;
 using test_support::countingRule;
+using test_support::deleteRuleBody;
 using test_support::encodedRule;
 using test_support::hex;
 using test_support::join;
@@ -81,15 +83,18 @@ TEST_F(AppRuleHandlersTest, RefusedInstallReplyHasNoDescriptionSoThatTheClientDr
 }
 
 TEST_F(AppRuleHandlersTest, RuleThatCannotBeDescribedIsNotInstalled) {
-  std::string five;
-  for (int i = 0; i < 5; ++i) five += "0001 0000";
-  serve(addRuleBody("five", encodedRule("inner", 1, "", five)));
-  EXPECT_EQ(serve(appRuleBody(0x3007, "five")), 0);
-  serve(addRuleBody("six", encodedRule("inner", 1, "", five + "0002 0000")));
-  EXPECT_EQ(serve(appRuleBody(0x3007, "six")), -17);
-  EXPECT_EQ(reason, "6 terms do not fit into 5");
+  const std::string source = "0000 0008 0A000001 FFFFFFFF";
+  const std::string destination = "0001 0008 0B000001 FFFFFFFF";
+  serve(addRuleBody("one", encodedRule("inner", 1, source, "0001 0000")));
+  EXPECT_EQ(serve(appRuleBody(0x3007, "one")), 0);
+  serve(addRuleBody("two", encodedRule("inner", 1, source + destination, "0001 0000")));
+  EXPECT_EQ(serve(appRuleBody(0x3007, "two")), -17);
+  EXPECT_EQ(reason, "2 conditions, 1 can be told");
   EXPECT_EQ(Bytes(reply.begin() + 80, reply.begin() + 560), zeros(480));
-  EXPECT_FALSE(state.dynamicRules.isInstalled("six"));
+  EXPECT_FALSE(state.dynamicRules.isInstalled("two"));
+  serve(addRuleBody("counts", encodedRule("inner", 1, source, countActionHex("hits"))));
+  EXPECT_EQ(serve(appRuleBody(0x3007, "counts")), -17);
+  EXPECT_EQ(reason, "the rule neither accepts nor denies");
 }
 
 TEST_F(AppRuleHandlersTest, UninstallingNeedsAnInstalledRule) {
@@ -100,6 +105,18 @@ TEST_F(AppRuleHandlersTest, UninstallingNeedsAnInstalledRule) {
   EXPECT_EQ(serve(appRuleBody(0x3008, "guard")), 0);
   EXPECT_EQ(text.fields, "dynamic rule \"guard\", flags 5, position 2");
   EXPECT_FALSE(state.dynamicRules.isInstalled("guard"));
+}
+
+TEST_F(AppRuleHandlersTest, RuleIsInstalledForEveryConnectionOnItsOwn) {
+  add("guard");
+  EXPECT_EQ(serve(appRuleBody(0x3007, "guard"), 1), 0);
+  EXPECT_EQ(serve(appRuleBody(0x3007, "guard"), 2), 0);
+  EXPECT_EQ(serve(appRuleBody(0x3008, "guard"), 3), -14);
+  EXPECT_EQ(serve(appRuleBody(0x3008, "guard"), 1), 0);
+  EXPECT_EQ(serve(appRuleBody(0x3008, "guard"), 1), -14);
+  EXPECT_EQ(serve(deleteRuleBody("guard")), -20);
+  EXPECT_EQ(serve(appRuleBody(0x3008, "guard"), 2), 0);
+  EXPECT_EQ(serve(deleteRuleBody("guard")), 0);
 }
 
 TEST_F(AppRuleHandlersTest, UninstallReplyHas2096BytesWithoutADescription) {

@@ -1,12 +1,14 @@
-#include "manager/server/client_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 #include <vector>
 
 #include "tests/manager/app_policy_bytes.h"
 #include "tests/manager/dynamic_rule_bytes.h"
+#include "tests/manager/server/served_requests.h"
 
 namespace aclmgr {
 namespace {
@@ -27,32 +29,18 @@ using test_support::ruleBindingBody;
 using test_support::sliceBody;
 using test_support::zeros;
 
-class ClientHandlersTest : public testing::Test {
+class ClientHandlersTest : public testing::Test, protected test_support::ServedRequests {
  protected:
-  // The status that a body is answered with.
-  int handle(const Bytes &body) {
-    const auto code = static_cast<std::uint16_t>(std::to_integer<int>(body[0]) << 8 |
-                                                 std::to_integer<int>(body[1]));
-    text_ = {};
-    const auto answer = handlerOf(code).handle(state_, Request{1, code, body, true}, text_);
-    reason_ = answer.value().reason;
-    return static_cast<int>(answer.value().status);
-  }
-
   int addRule(std::string_view name, std::uint32_t appId) {
-    return handle(addRuleBody(name, encodedRule("inner", 1, "", "00010000"), appId));
+    return serve(addRuleBody(name, encodedRule("inner", 1, "", "00010000"), appId));
   }
 
   void expectRefusedAtEveryShorterLength(const Bytes &body) {
     for (std::size_t length = 2; length < body.size(); ++length) {
       const Bytes cut(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length));
-      ASSERT_EQ(handle(cut), -3) << length;
+      ASSERT_EQ(serve(cut), -3) << length;
     }
   }
-
-  ManagerState state_;
-  RequestText text_;
-  std::string reason_;
 };
 
 TEST_F(ClientHandlersTest, CodesHaveTheirNames) {
@@ -63,17 +51,17 @@ TEST_F(ClientHandlersTest, CodesHaveTheirNames) {
 
 TEST_F(ClientHandlersTest, MoveGivesPoliciesToTheOtherApplication) {
   addRule("r", 3);
-  EXPECT_EQ(handle(moveBody(2, 5, 6)), -14);
-  EXPECT_EQ(text_.fields, "kind 2, from application 5 to 6");
-  handle(appPolicyBody({}));
-  EXPECT_EQ(handle(moveBody(2, 5, 6)), 0);
-  EXPECT_EQ(handle(moveBody(2, 5, 6)), -14);
-  handle(appPolicyBody({}));
-  EXPECT_EQ(handle(moveBody(2, 5, 6)), -33);
-  EXPECT_EQ(state_.applicationPolicies.size(), 2U);
-  EXPECT_EQ(handle(moveBody(2, 5, 7)), 0);
+  EXPECT_EQ(serve(moveBody(2, 5, 6)), -14);
+  EXPECT_EQ(text.fields, "kind 2, from application 5 to 6");
+  serve(appPolicyBody({}));
+  EXPECT_EQ(serve(moveBody(2, 5, 6)), 0);
+  EXPECT_EQ(serve(moveBody(2, 5, 6)), -14);
+  serve(appPolicyBody({}));
+  EXPECT_EQ(serve(moveBody(2, 5, 6)), -33);
+  EXPECT_EQ(state.applicationPolicies.size(), 2U);
+  EXPECT_EQ(serve(moveBody(2, 5, 7)), 0);
   expectRefusedAtEveryShorterLength(moveBody(2, 6, 5));
-  EXPECT_EQ(handle(moveBody(2, 6, 5)), 0);
+  EXPECT_EQ(serve(moveBody(2, 6, 5)), 0);
 }
 
 TEST_F(ClientHandlersTest, MoveReplyHas596BytesWithCookieKindAndApplications) {
@@ -87,17 +75,17 @@ TEST_F(ClientHandlersTest, MoveReplyHas596BytesWithCookieKindAndApplications) {
 }
 
 TEST_F(ClientHandlersTest, CheckFindsTheFirstPolicyThatDoesNotExist) {
-  EXPECT_EQ(handle(checkBody({})), 0);
-  handle(policyBody(0x2001, "web", {}, 0));
+  EXPECT_EQ(serve(checkBody({})), 0);
+  serve(policyBody(0x2001, "web", {}, 0));
   addRule("rule", 3);  // which is no policy
-  EXPECT_EQ(handle(checkBody({"web", "web"})), 0);
-  EXPECT_EQ(text_.fields, "2 policies");
-  EXPECT_EQ(text_.rules,
+  EXPECT_EQ(serve(checkBody({"web", "web"})), 0);
+  EXPECT_EQ(text.fields, "2 policies");
+  EXPECT_EQ(text.rules,
             "  Policy \"web\" type 3 value 65538\n  Policy \"web\" type 3 value 65538\n");
-  EXPECT_EQ(handle(checkBody({"web", "rule", "other"})), -11);
-  EXPECT_EQ(reason_, "\"rule\"");
-  EXPECT_EQ(handle(checkBody(std::vector<std::string_view>(100, "web"))), 0);
-  EXPECT_EQ(handle(checkBody(std::vector<std::string_view>(101, "web"))), -2);
+  EXPECT_EQ(serve(checkBody({"web", "rule", "other"})), -11);
+  EXPECT_EQ(reason, "\"rule\"");
+  EXPECT_EQ(serve(checkBody(std::vector<std::string_view>(100, "web"))), 0);
+  EXPECT_EQ(serve(checkBody(std::vector<std::string_view>(101, "web"))), -2);
   expectRefusedAtEveryShorterLength(checkBody({"web"}));
 }
 
@@ -115,54 +103,73 @@ TEST_F(ClientHandlersTest, CleanRemovesAllThatAnApplicationHasAndNothingOfOthers
     const std::string rule = "rule" + std::to_string(appId);
     const std::string meter = "meter" + std::to_string(appId);
     ASSERT_EQ(addRule(rule, appId), 0);
-    ASSERT_EQ(handle(ruleBindingBody({.name = rule, .appId = appId})), 0);
-    ASSERT_EQ(handle(meterBody(0x3012, meter, appId)), 0);
-    ASSERT_EQ(handle(meterBindingBody(0x301E, meter, 1)), 0);
-    ASSERT_EQ(handle(sliceBody({.count = 3, .appId = appId})), 0);
-    ASSERT_EQ(handle(appPolicyBody({.appId = static_cast<std::uint8_t>(appId), .rules = {rule}})),
+    ASSERT_EQ(serve(ruleBindingBody({.name = rule, .appId = appId})), 0);
+    ASSERT_EQ(serve(meterBody(0x3012, meter, appId)), 0);
+    ASSERT_EQ(serve(meterBindingBody(0x301E, meter, 1)), 0);
+    ASSERT_EQ(serve(sliceBody({.count = 3, .appId = appId})), 0);
+    ASSERT_EQ(serve(appPolicyBody({.appId = static_cast<std::uint8_t>(appId), .rules = {rule}})),
               0);
   }
-  EXPECT_EQ(handle(cleanBody(5)), 0);
-  EXPECT_EQ(text_.fields, "application 5, words 16909060 168496141");
-  EXPECT_EQ(state_.applicationPolicies.size(), 1U);
-  EXPECT_EQ(state_.dynamicRules.find("rule5"), nullptr);
-  EXPECT_NE(state_.dynamicRules.find("rule6"), nullptr);
-  EXPECT_EQ(state_.dynamicRules.bindingCount(), 1U);
-  EXPECT_EQ(state_.meters.find("meter5"), nullptr);
-  EXPECT_NE(state_.meters.find("meter6"), nullptr);
-  EXPECT_EQ(state_.slices.freeIn(1), 13U);
+  EXPECT_EQ(serve(cleanBody(5)), 0);
+  EXPECT_EQ(text.fields, "application 5, words 16909060 168496141");
+  EXPECT_EQ(text.rules, "  1 application policies, 1 dynamic rules, 1 meters, 3 slices\n");
+  EXPECT_EQ(state.applicationPolicies.size(), 1U);
+  EXPECT_EQ(state.dynamicRules.find("rule5"), nullptr);
+  EXPECT_NE(state.dynamicRules.find("rule6"), nullptr);
+  EXPECT_EQ(state.dynamicRules.bindingCount(), 1U);
+  EXPECT_EQ(state.meters.find("meter5"), nullptr);
+  EXPECT_NE(state.meters.find("meter6"), nullptr);
+  EXPECT_EQ(state.slices.freeIn(1), 13U);
 }
 
 TEST_F(ClientHandlersTest, CleanOfAnApplicationThatHasNothingIsOk) {
-  EXPECT_EQ(handle(cleanBody(5)), 0);
-  EXPECT_EQ(handle(cleanBody(5)), 0);
-  EXPECT_EQ(handle(cleanBody(0xFFFF)), 0);
+  EXPECT_EQ(serve(cleanBody(5)), 0);
+  EXPECT_EQ(serve(cleanBody(5)), 0);
+  EXPECT_EQ(serve(cleanBody(0xFFFF)), 0);
 }
 
 TEST_F(ClientHandlersTest, CleanTakesClientNumbersAsTheyAreAndNotTheirLowByte) {
   addRule("r", 5);
-  handle(appPolicyBody({.appId = 5}));
-  EXPECT_EQ(handle(cleanBody(0x0105)), 0);
-  EXPECT_EQ(state_.applicationPolicies.size(), 1U);
-  EXPECT_NE(state_.dynamicRules.find("r"), nullptr);
+  serve(appPolicyBody({.appId = 5}));
+  EXPECT_EQ(serve(cleanBody(0x0105)), 0);
+  EXPECT_EQ(state.applicationPolicies.size(), 1U);
+  EXPECT_NE(state.dynamicRules.find("r"), nullptr);
 }
 
 TEST_F(ClientHandlersTest, CleanKeepsRulesThatPoliciesOfOtherApplicationsName) {
   addRule("r", 5);
-  handle(ruleBindingBody({.name = "r", .appId = 5}));
-  handle(appPolicyBody({.appId = 6}));
-  EXPECT_EQ(handle(cleanBody(5)), 0);
-  EXPECT_NE(state_.dynamicRules.find("r"), nullptr);
-  EXPECT_EQ(state_.dynamicRules.bindingCount(), 0U);
-  EXPECT_EQ(handle(cleanBody(6)), 0);
-  EXPECT_EQ(handle(cleanBody(5)), 0);
-  EXPECT_EQ(state_.dynamicRules.find("r"), nullptr);
+  serve(ruleBindingBody({.name = "r", .appId = 5}));
+  serve(appPolicyBody({.appId = 6}));
+  EXPECT_EQ(serve(cleanBody(5)), 0);
+  EXPECT_NE(state.dynamicRules.find("r"), nullptr);
+  EXPECT_EQ(state.dynamicRules.bindingCount(), 0U);
+  EXPECT_EQ(serve(cleanBody(6)), 0);
+  EXPECT_EQ(serve(cleanBody(5)), 0);
+  EXPECT_EQ(state.dynamicRules.find("r"), nullptr);
+}
+
+TEST_F(ClientHandlersTest, CleanWithoutMemoryRemovesNothing) {
+  const Bytes body = cleanBody(5);
+  const unsigned failures = test_support::forEachAllocationFailure([&] {
+    {
+      const test_support::AllocationExemption exemption;
+      addRule("r", 5);
+    }
+    bool isCarriedOut = false;
+    try {
+      isCarriedOut = serve(body) == 0;
+    } catch (const std::bad_alloc &) {
+    }
+    const test_support::AllocationExemption exemption;
+    EXPECT_EQ(state.dynamicRules.find("r") == nullptr, isCarriedOut);
+  });
+  EXPECT_GT(failures, 0U);
 }
 
 TEST_F(ClientHandlersTest, MalformedCleanRemovesNothing) {
   addRule("r", 5);
   expectRefusedAtEveryShorterLength(cleanBody(5));
-  EXPECT_NE(state_.dynamicRules.find("r"), nullptr);
+  EXPECT_NE(state.dynamicRules.find("r"), nullptr);
 }
 
 TEST_F(ClientHandlersTest, CleanReplyHas600BytesWithTheClient) {

@@ -1,4 +1,4 @@
-#include "manager/server/dynamic_rule_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <gtest/gtest.h>
 
@@ -223,9 +223,7 @@ TEST_F(DynamicRuleHandlersTest, RefusedConfigureReplyHasNeitherPlaceNorDescripti
 }
 
 TEST_F(DynamicRuleHandlersTest, RuleThatCannotBeDescribedIsBoundWithoutADescription) {
-  std::string six;
-  for (int i = 0; i < 6; ++i) six += "0001 0000";
-  serve(addRuleBody("guard", encodedRule("inner", 1, "", six)));
+  serve(addRuleBody("guard", encodedRule("inner", 1, "0003 0004 0600 0000", "0001 0000")));
   EXPECT_EQ(bind("guard"), 0);
   EXPECT_EQ(Bytes(reply.begin() + 80, reply.begin() + 560), zeros(480));
   EXPECT_EQ(Bytes(reply.begin() + 2076, reply.begin() + 2080), hex("00000001"));

@@ -1,4 +1,4 @@
-#include "manager/server/meter_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <gtest/gtest.h>
 

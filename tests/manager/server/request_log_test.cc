@@ -96,6 +96,16 @@ TEST(RequestLog, VerboseLogShowsARequestAsOneBlock) {
   EXPECT_EQ(notices.text(), "");
 }
 
+TEST(RequestLog, CancelledRequestIsShownAndNotNoticedAsRefused) {
+  TextStream requests;
+  TextStream notices;
+  RequestLog log(requests.stream(), notices.stream());
+  log.request("connection 1", "CODE", {"fields", ""}, Answer{Status::kCancelled, "why"});
+  EXPECT_EQ(requests.text(),
+            "connection 1: CODE fields: -43 Pending config request is cancelled out. (why)\n");
+  EXPECT_EQ(notices.text(), "");
+}
+
 TEST(RequestLog, QuietLogShowsRefusedRequestsOnly) {
   TextStream notices;
   RequestLog log(nullptr, notices.stream());

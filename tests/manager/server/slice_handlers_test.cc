@@ -1,8 +1,9 @@
-#include "manager/server/slice_handlers.h"
+#include "manager/server/handler_tables.h"
 
 #include <gtest/gtest.h>
 
 #include "tests/manager/app_policy_bytes.h"
+#include "tests/manager/server/served_requests.h"
 
 namespace aclmgr {
 namespace {
@@ -13,17 +14,8 @@ using test_support::putAt;
 using test_support::sliceBody;
 using test_support::zeros;
 
-class SliceHandlersTest : public testing::Test {
+class SliceHandlersTest : public testing::Test, protected test_support::ServedRequests {
  protected:
-  // The status that a body is answered with.
-  int handle(const Bytes &body) {
-    text_ = {};
-    const auto answer = handlerOf(0x301C).handle(state_, Request{1, 0x301C, body, true}, text_);
-    return static_cast<int>(answer.value().status);
-  }
-
-  ManagerState state_;
-  RequestText text_;
 };
 
 TEST_F(SliceHandlersTest, CodeHasItsName) {
@@ -31,29 +23,29 @@ TEST_F(SliceHandlersTest, CodeHasItsName) {
 }
 
 TEST_F(SliceHandlersTest, SlicesAreReservedAndGivenBack) {
-  EXPECT_EQ(handle(sliceBody({.count = 3, .doubleWide = 1})), 0);
-  EXPECT_EQ(text_.fields, "application 5 reserves 3 double-wide slices, stage 1, type 4");
-  EXPECT_EQ(state_.slices.freeIn(1), 10U);
-  EXPECT_EQ(handle(sliceBody({.unreserve = true, .count = 3})), -14);
-  EXPECT_EQ(text_.fields, "application 5 gives back 3 slices, stage 1, type 4");
-  EXPECT_EQ(handle(sliceBody({.unreserve = true, .count = 4, .doubleWide = 1})), -14);
-  EXPECT_EQ(handle(sliceBody({.unreserve = true, .count = 3, .doubleWide = 1})), 0);
-  EXPECT_EQ(state_.slices.freeIn(1), 16U);
+  EXPECT_EQ(serve(sliceBody({.count = 3, .doubleWide = 1})), 0);
+  EXPECT_EQ(text.fields, "application 5 reserves 3 double-wide slices, stage 1, type 4");
+  EXPECT_EQ(state.slices.freeIn(1), 10U);
+  EXPECT_EQ(serve(sliceBody({.unreserve = true, .count = 3})), -14);
+  EXPECT_EQ(text.fields, "application 5 gives back 3 slices, stage 1, type 4");
+  EXPECT_EQ(serve(sliceBody({.unreserve = true, .count = 4, .doubleWide = 1})), -14);
+  EXPECT_EQ(serve(sliceBody({.unreserve = true, .count = 3, .doubleWide = 1})), 0);
+  EXPECT_EQ(state.slices.freeIn(1), 16U);
 }
 
 TEST_F(SliceHandlersTest, EveryRefusalHasItsStatus) {
-  EXPECT_EQ(handle(sliceBody({.count = 16})), 0);
-  EXPECT_EQ(handle(sliceBody({.count = 1})), -41);
-  EXPECT_EQ(handle(sliceBody({.stage = 4})), -2);
-  EXPECT_EQ(handle(sliceBody({.type = 7})), -2);
-  EXPECT_EQ(handle(sliceBody({.count = 0})), -2);
-  EXPECT_EQ(handle(sliceBody({.unreserve = true, .count = 0})), -2);
+  EXPECT_EQ(serve(sliceBody({.count = 16})), 0);
+  EXPECT_EQ(serve(sliceBody({.count = 1})), -41);
+  EXPECT_EQ(serve(sliceBody({.stage = 4})), -2);
+  EXPECT_EQ(serve(sliceBody({.type = 7})), -2);
+  EXPECT_EQ(serve(sliceBody({.count = 0})), -2);
+  EXPECT_EQ(serve(sliceBody({.unreserve = true, .count = 0})), -2);
   const Bytes body = sliceBody({.unreserve = true});
   for (std::size_t length = 2; length < body.size(); ++length) {
     const Bytes cut(body.begin(), body.begin() + static_cast<std::ptrdiff_t>(length));
-    ASSERT_EQ(handle(cut), -3) << length;
+    ASSERT_EQ(serve(cut), -3) << length;
   }
-  EXPECT_EQ(state_.slices.freeIn(1), 0U);
+  EXPECT_EQ(state.slices.freeIn(1), 0U);
 }
 
 TEST_F(SliceHandlersTest, ReplyHas616BytesUnderItsOwnCodeWithAllThatWasAsked) {

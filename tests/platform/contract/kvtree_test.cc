@@ -31,6 +31,14 @@ bool linksAreConsistent(const KvNode *node, const KvNode *parent) {
   return node == nullptr || (node->parent == parent && linksAreConsistent(node->left, node) &&
                              linksAreConsistent(node->right, node));
 }
+
+// Appends the keys that the links lead to: those on the left, the node's own, those on the right.
+void followLinks(const KvNode *node, std::vector<int> &keys) {
+  if (node == nullptr) return;
+  followLinks(node->left, keys);
+  keys.push_back(reinterpret_cast<const Entry *>(node)->key);
+  followLinks(node->right, keys);
+}
 // NOLINTEND(misc-no-recursion)
 
 class KvtreeContract : public ContractTest {
@@ -49,6 +57,12 @@ class KvtreeContract : public ContractTest {
     for (void *node = kvtreeFirst(&root_); node != nullptr; node = kvtreeNext(node)) {
       keys.push_back(static_cast<Entry *>(node)->key);
     }
+    return keys;
+  }
+
+  std::vector<int> keysByLinks() const {
+    std::vector<int> keys;
+    followLinks(root_, keys);
     return keys;
   }
 
@@ -76,6 +90,54 @@ TEST_F(KvtreeContract, NodesAreWalkedInAscendingOrder) {
   EXPECT_EQ(keys(), (std::vector<int>{10, 20, 30, 40, 50}));
   EXPECT_EQ(find(40), &entries[4]);
   EXPECT_EQ(find(35), nullptr);
+}
+
+TEST_F(KvtreeContract, LowerNodesHangOnTheLeftAndHigherOnesOnTheRight) {
+  Entry low;
+  Entry middle;
+  Entry high;
+  low.key = 10;
+  middle.key = 20;
+  high.key = 30;
+  for (Entry *entry : {&middle, &high, &low}) ASSERT_EQ(insert(*entry), 0);
+  EXPECT_EQ(root_, &middle.node);
+  EXPECT_EQ(middle.node.parent, nullptr);
+  EXPECT_EQ(middle.node.left, &low.node);
+  EXPECT_EQ(middle.node.right, &high.node);
+  for (const Entry *outer : {&low, &high}) {
+    EXPECT_EQ(outer->node.parent, &middle.node);
+    EXPECT_EQ(outer->node.left, nullptr);
+    EXPECT_EQ(outer->node.right, nullptr);
+  }
+}
+
+TEST_F(KvtreeContract, LinksKeepTheirOrderThroughEveryInsertionAndRemoval) {
+  std::vector<Entry> entries(61);
+  std::vector<int> expected;
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    entries[i].key = static_cast<int>(i * 23 % entries.size());
+    ASSERT_EQ(insert(entries[i]), 0);
+    expected.insert(std::ranges::lower_bound(expected, entries[i].key), entries[i].key);
+    ASSERT_EQ(keysByLinks(), expected);
+    ASSERT_TRUE(linksAreConsistent(root_, nullptr));
+  }
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    Entry &entry = entries[i * 37 % entries.size()];
+    ASSERT_EQ(remove(entry), 0);
+    expected.erase(std::ranges::lower_bound(expected, entry.key));
+    ASSERT_EQ(keysByLinks(), expected);
+    ASSERT_TRUE(linksAreConsistent(root_, nullptr));
+  }
+}
+
+TEST_F(KvtreeContract, NullIsNotInsertedAndHasNoFollower) {
+  Entry entry;
+  EXPECT_EQ(kvtreeInsert(nullptr, &root_, compareEntries), -1);
+  EXPECT_EQ(root_, nullptr);
+  ASSERT_EQ(insert(entry), 0);
+  EXPECT_EQ(kvtreeInsert(nullptr, &root_, compareEntries), -1);
+  EXPECT_EQ(keys(), std::vector<int>{0});
+  EXPECT_EQ(kvtreeNext(nullptr), nullptr);
 }
 
 TEST_F(KvtreeContract, AnEqualNodeIsRefusedAndNeitherTreeNorNodeChanges) {
