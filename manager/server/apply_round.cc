@@ -1,6 +1,6 @@
 #include "manager/server/apply_round.h"
 
-#include <ranges>
+#include <cstddef>
 #include <set>
 
 #include "acl_lib/transport/message_codes.h"
@@ -24,22 +24,29 @@ bool isCancellable(const CarriedOut &unapply) noexcept {
   return statusOf(unapply) == Status::kOk || statusOf(unapply) == Status::kInstanceNotExist;
 }
 
+std::vector<AppPolicyHead> headsOf(std::span<const CarriedOut> round) {
+  std::vector<AppPolicyHead> heads;
+  heads.reserve(round.size());
+  for (const CarriedOut &done : round) heads.push_back(appPolicyHeadOf(done.request.body));
+  return heads;
+}
+
 // From the last request to the first, with the keys of the accepted applies that a run has behind
 // the request.
-void cancelUnapplies(std::span<CarriedOut> round) {
+void cancelUnapplies(std::span<CarriedOut> round, std::span<const AppPolicyHead> heads) {
   std::set<ApplicationPolicyKey> applied;
-  std::optional<AppPolicyHead> next;  // the first request of that run
-  for (CarriedOut &current : round | std::views::reverse) {
-    const AppPolicyHead head = appPolicyHeadOf(current.request.body);
-    if (!next || !comesBehind(*next, head)) applied.clear();
-    next = head;
-    if (head.code == acl::kMsgApplyAppPolicy && statusOf(current) == Status::kOk) {
+  const AppPolicyHead *next = nullptr;  // the first request of that run
+  for (std::size_t i = round.size(); i-- > 0;) {
+    const AppPolicyHead &head = heads[i];
+    if (next == nullptr || !comesBehind(*next, head)) applied.clear();
+    next = &head;
+    if (head.code == acl::kMsgApplyAppPolicy && statusOf(round[i]) == Status::kOk) {
       applied.insert(head.key);
-    } else if (head.code == acl::kMsgUnapplyAppPolicy && isCancellable(current) &&
+    } else if (head.code == acl::kMsgUnapplyAppPolicy && isCancellable(round[i]) &&
                applied.contains(unapplyKey(head.key))) {
-      current.answer = {Status::kCancelled, "a request behind it applies the policy anew"};
+      round[i].answer = {Status::kCancelled, "a request behind it applies the policy anew"};
     } else {
-      next.reset();
+      next = nullptr;
     }
   }
 }
@@ -51,25 +58,26 @@ bool isAnsweredInRounds(std::uint16_t code) noexcept {
 }
 
 std::vector<std::vector<std::byte>> answerRound(std::span<CarriedOut> round) {
-  cancelUnapplies(round);
+  const std::vector<AppPolicyHead> heads = headsOf(round);
+  cancelUnapplies(round, heads);
   std::vector<std::vector<std::byte>> replies;
-  std::optional<AppPolicyHead> last;  // of the run that the last reply answers
+  const AppPolicyHead *last = nullptr;  // of the run that the last reply answers
   Status lastStatus = Status::kOk;
-  for (const CarriedOut &current : round) {
-    const AppPolicyHead head = appPolicyHeadOf(current.request.body);
-    const bool isCancelled = statusOf(current) == Status::kCancelled;
-    const Status status = isCancelled ? Status::kOk : statusOf(current);
+  for (std::size_t i = 0; i < round.size(); ++i) {
+    const AppPolicyHead &head = heads[i];
+    const bool isCancelled = statusOf(round[i]) == Status::kCancelled;
+    const Status status = isCancelled ? Status::kOk : statusOf(round[i]);
     if (head.code == acl::kMsgUnapplyAppPolicy && !isCancelled) {
-      replies.push_back(unapplyReply(current.request.body, status));
-      last.reset();
+      replies.push_back(unapplyReply(round[i].request.body, status));
+      last = nullptr;
       continue;
     }
-    if (last && comesBehind(head, *last) && status == lastStatus) {
+    if (last != nullptr && comesBehind(head, *last) && status == lastStatus) {
       extendApplyReply(replies.back(), head.seqNo);
     } else {
-      replies.push_back(applyReply(current.request.body, status));
+      replies.push_back(applyReply(round[i].request.body, status));
     }
-    last = head;
+    last = &head;
     lastStatus = status;
   }
   return replies;

@@ -30,7 +30,9 @@ class ExamplesTest : public testing::Test {
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     const std::string log = directory_.path() + "/" + example + ".log";
-    ChildProcess client({std::string(ACL_TEST_EXAMPLES) + "/" + example}, log);
+    std::string program = ACL_TEST_EXAMPLES "/";
+    program += example;
+    ChildProcess client({program}, log);
     EXPECT_EQ(client.wait(), 0);
     manager.signal(SIGTERM);
     EXPECT_EQ(manager.wait(), 0);
