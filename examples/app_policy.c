@@ -24,7 +24,7 @@ enum {
   UNAPPLY_COOKIE = 0xBEEF
 };
 
-static const char *const rules[] = {"staff-permit", "guests-deny"};
+static const char *const kRules[] = {"staff-permit", "guests-deny"};
 
 static void showCookie(void *body) {
   const uint32_t code = numberAt(body, 0, 2);
@@ -37,9 +37,9 @@ static int addRules(void) {
   const AclPolicyHandle deny = encodeSourceRule("198.51.100.0", 24, NULL, DENY);
   if (permit == 0 || deny == 0) return 1;
   return awaitAnswers("add rule staff-permit",
-                      aclLibAddDynRule(rules[0], encodedRuleOf(permit), APPLICATION, 1), 1) |
+                      aclLibAddDynRule(kRules[0], encodedRuleOf(permit), APPLICATION, 1), 1) |
          awaitAnswers("add rule guests-deny",
-                      aclLibAddDynRule(rules[1], encodedRuleOf(deny), APPLICATION, 2), 1);
+                      aclLibAddDynRule(kRules[1], encodedRuleOf(deny), APPLICATION, 2), 1);
 }
 
 static AclAppPolicyRequest bothRules(void) {
@@ -49,7 +49,7 @@ static AclAppPolicyRequest bothRules(void) {
   request.requestWord2 = TAG;
   request.ruleCount = 2;
   for (int i = 0; i < 2; i++) {
-    snprintf(request.entries[i].ruleName, sizeof(request.entries[i].ruleName), "%s", rules[i]);
+    snprintf(request.entries[i].ruleName, sizeof(request.entries[i].ruleName), "%s", kRules[i]);
   }
   return request;
 }
@@ -65,7 +65,7 @@ int main(void) {
                       aclLibUnApplyAppPolicy(&request, APPLICATION, KIND, UNAPPLY_COOKIE), 1);
   printf("  the request had sequence number %u\n", (unsigned)aclReqSeqCounter);
   for (int i = 0; i < 2; i++) {
-    bad |= awaitAnswers("delete a rule", aclLibDelDynRule(rules[i], APPLICATION), 1);
+    bad |= awaitAnswers("delete a rule", aclLibDelDynRule(kRules[i], APPLICATION), 1);
   }
   return finish("app_policy", bad);
 }

@@ -22,20 +22,20 @@ static const struct {
   const char *name, *prefix;
   int bits;
   int32_t action;
-} accessList[] = {
+} kAccessList[] = {
     {"permit-printer", "198.51.100.7", 32, ACCEPT},
     {"deny-guests", "198.51.100.0", 24, DENY},
     {"permit-campus", "198.51.0.0", 16, ACCEPT},
 };
-enum { RULES = sizeof(accessList) / sizeof(accessList[0]) };
+enum { RULES = sizeof(kAccessList) / sizeof(kAccessList[0]) };
 
 static int installRule(int i) {
   const AclPolicyHandle encoded =
-      encodeSourceRule(accessList[i].prefix, accessList[i].bits, NULL, accessList[i].action);
+      encodeSourceRule(kAccessList[i].prefix, kAccessList[i].bits, NULL, kAccessList[i].action);
   if (encoded == 0) return 1;
-  const char *name = accessList[i].name;
-  const char *behind = i == 0 ? NULL : accessList[i - 1].name;
-  printf("%s: %s/%d\n", name, accessList[i].prefix, accessList[i].bits);
+  const char *name = kAccessList[i].name;
+  const char *behind = i == 0 ? NULL : kAccessList[i - 1].name;
+  printf("%s: %s/%d\n", name, kAccessList[i].prefix, kAccessList[i].bits);
   return awaitAnswers("add the rule",
                       aclLibAddDynRule(name, encodedRuleOf(encoded), APPLICATION, 0), 1) |
          awaitAnswers("install it",
@@ -76,7 +76,7 @@ int main(void) {
 
   bad |= awaitAnswers("remove them all", aclLibUnconfigAppRule(0, NULL, 0) == 1 ? 0 : -1, RULES);
   for (int i = 0; i < RULES; i++) {
-    bad |= awaitAnswers("delete a rule", aclLibDelDynRule(accessList[i].name, APPLICATION), 1);
+    bad |= awaitAnswers("delete a rule", aclLibDelDynRule(kAccessList[i].name, APPLICATION), 1);
   }
   return finish("local_evaluation", bad);
 }
