@@ -7,6 +7,7 @@
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,9 @@ namespace acl_test {
 
 inline constexpr std::int32_t kBefore = 1;
 inline constexpr std::int32_t kAfter = 2;
+
+inline constexpr std::int32_t kHighest = std::numeric_limits<std::int32_t>::max();
+inline constexpr std::int32_t kLowest = std::numeric_limits<std::int32_t>::min();
 
 inline const std::string k32Characters = "abcdefghijklmnopqrstuvwxyz012345";
 inline const std::string k40Characters = k32Characters + "-and-end";
@@ -102,6 +106,20 @@ std::int32_t withBusResult(std::int32_t result, SendingCall call) {
   if (result < 0 && result != -116 && result != -1 && result != -115) pktbufFree(packet);
   return returned;
 }
+
+class RuleTableTest : public LibraryTest {
+ protected:
+  static std::string displayed() {
+    char text[31];
+    std::memset(text, '#', sizeof(text));
+    displayResult() = aclLibCopyRuleToDisplay(text);
+    return text;
+  }
+  static std::int32_t &displayResult() {
+    static std::int32_t result;
+    return result;
+  }
+};
 
 }  // namespace acl_test
 
