@@ -48,6 +48,8 @@ install_package(acl_lib "Client library of a switch's access-control-list servic
   TARGETS acl_lib acl_lib_static
   REQUIRES swplat)
 
+install(FILES README.md LICENSE CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md")
 install(FILES include/acl_lib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY platform/include/platform platform/host/include/swplat
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")

@@ -65,7 +65,8 @@ int main(void) {
                       aclLibUnApplyAppPolicy(&request, APPLICATION, KIND, UNAPPLY_COOKIE), 1);
   printf("  the request had sequence number %u\n", (unsigned)aclReqSeqCounter);
   for (int i = 0; i < 2; i++) {
-    bad |= awaitAnswers("delete a rule", aclLibDelDynRule(kRules[i], APPLICATION), 1);
+    printf("rule %s:\n", kRules[i]);
+    bad |= awaitAnswers("delete it", aclLibDelDynRule(kRules[i], APPLICATION), 1);
   }
   return finish("app_policy", bad);
 }

@@ -182,7 +182,7 @@ int main(void) {
   int bad = awaitAnswers("add the policy", aclLibAddPolicy(policy), 1);
   /* Only configuring marks a policy as added, so the first time it downloads the policy again: the
    * manager answers that request too. */
-  bad |= awaitAnswers("apply it to port 1:24, VLAN 100",
+  bad |= awaitAnswers("apply it to port 1:24, VLAN 100 (downloads it once more)",
                       aclLibConfigPolicy(policy, UPLINK_VLAN, UPLINK_PORT, 0, NULL), 2);
   bad |= awaitAnswers("refresh it", aclLibRefreshPolicy(policy), 1);
   bad |= awaitAnswers("take it off the port",

@@ -76,7 +76,8 @@ int main(void) {
 
   bad |= awaitAnswers("remove them all", aclLibUnconfigAppRule(0, NULL, 0) == 1 ? 0 : -1, RULES);
   for (int i = 0; i < RULES; i++) {
-    bad |= awaitAnswers("delete a rule", aclLibDelDynRule(kAccessList[i].name, APPLICATION), 1);
+    printf("rule %s:\n", kAccessList[i].name);
+    bad |= awaitAnswers("delete it", aclLibDelDynRule(kAccessList[i].name, APPLICATION), 1);
   }
   return finish("local_evaluation", bad);
 }

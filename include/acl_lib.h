@@ -12,8 +12,10 @@
  *   aclLibConfigAction...(policy, rule, ...);     then all of its actions
  *   aclLibEndRule(policy);                        once, after the last rule
  *   while (aclLibSendProcessInfo("me") != 0) ...  until the connection is up
- *   aclLibAddPolicy(policy);                      download it
- *   aclLibConfigPolicy(policy, vlan, port, 0, NULL);
+ *   aclLibConfigPolicy(policy, vlan, port, 0, NULL);   download and apply it
+ *
+ * What the ACL manager makes of the requests, and the statuses, numbers and layouts that are its
+ * own, stand in docs/manager.md.
  *
  * Results, unless a function says otherwise: 0 success; -1 transport failure, no connection or no
  * memory; -2 invalid argument or handle. What a call refuses changes nothing, unless it says
@@ -110,7 +112,7 @@ typedef struct AclPolicy {
   uint16_t ruleCount;          /* rules opened since creation or the last clear */
   uint16_t policyAttr;         /* a second count, copied into policy messages as it is */
   uint8_t *ruleBuffer;         /* encoded rules, null until the first rule */
-  uint32_t stateFlags;         /* bit 1 (value 2): the policy has been added to the ACL manager */
+  uint32_t stateFlags;         /* bit 1 (value 2): configured once, and downloaded for it */
   struct AclPolicy *selfCheck; /* this record's own address while the handle is valid */
   uint8_t *openRule;           /* the record being built inside ruleBuffer, null when none is */
   AclListHead lists[7];        /* kept for the ACL service, initialised empty */
@@ -148,7 +150,9 @@ typedef struct {
  * Creates an empty policy.
  *   name  NUL-terminated; its first 32 characters are kept
  * Returns the handle; 0 when memory is exhausted; -2 for a null or empty name. The library keeps
- * the policy until the ACL manager confirms its deletion.
+ * the policy. One that is in the policy store (aclBtreeInsertPolicy()) ends, and is freed, when the
+ * ACL manager confirms its deletion; any other one lives as long as the process, and
+ * aclLibClearRule() makes it ready for other rules.
  */
 SWITCH_API AclPolicyHandle aclLibNewPolicy(const char *name) SWITCH_NOEXCEPT;
 
@@ -676,7 +680,7 @@ SWITCH_API extern pthread_rwlock_t aclPolicyLock;
 
 /*
  * Downloads a policy's rules, in as many requests as its size needs. Returns 0, whether or not they
- * could be sent; -1 when memory is exhausted.
+ * could be sent; -1 when memory is exhausted. Does not spare aclLibConfigPolicy() its own download.
  */
 SWITCH_API int32_t aclLibAddPolicy(AclPolicyHandle policy) SWITCH_NOEXCEPT;
 
@@ -798,7 +802,10 @@ SWITCH_API AclPolicyHandle aclLibModifyTestPolicy(AclPolicyHandle policy) SWITCH
  *
  *   ruleName, counterName  NUL-terminated, the first 32 characters are sent; null is the empty name
  *   encodedRule            816 bytes, copied as they are: the record of a rule as it lies in a
- *                          policy's ruleBuffer, and whatever follows it there; null gives -2
+ *                          policy's ruleBuffer, and whatever follows it there; null gives -2.
+ *                          The usual way: a policy of one rule, ended with aclLibEndRule(); its
+ *                          ruleBuffer then holds the record and can be read that far. The policy's
+ *                          name, and the rule's name and id in it, mean nothing here
  *   appId                  application: a row of aclGlobalApps; traces show any other one as row 0
  *   context                comes back with the answer
  *   vlan                   VLAN id, or number of a VLAN interface
@@ -887,7 +894,9 @@ SWITCH_API int32_t aclLibClearCounterWrapper(const char *ruleName, const char *c
                                              uint32_t vlan, uint32_t port, uint32_t direction,
                                              uint32_t appId, uint32_t context) SWITCH_NOEXCEPT;
 
-/* As aclLibConfigDynRule(). Sends ruleKind, but no priority, bindAttr nor bindFlags. */
+/* As aclLibConfigDynRule(). Sends ruleKind, but no priority, bindAttr nor bindFlags: the manager
+ * takes the priority for 0, so that rules of a batch stand in the order in which they are sent, and
+ * one with a relative rule stands behind it. */
 SWITCH_API int32_t aclLibConfigDynRuleBatch(const AclDynRuleRecord *record,
                                             int32_t flush) SWITCH_NOEXCEPT;
 
@@ -982,7 +991,8 @@ SWITCH_API int32_t aclLibConfigMeter(const char *meterName, uint32_t cirRate, ui
 /*
  * Bind a meter to a client and take it off, over the synchronous channel: they wait for the
  * manager, if need be for ever, and what is said of that channel below holds for them.
- *   target  a number of the manager; its low byte is sent
+ *   meterName  up to 31 characters, as long as the manager can know it; 32 are sent
+ *   target     a number of the manager; its low byte is sent
  * Return the manager's status (aclStatusText()); -1 when the request could not be sent at once or
  * the answer carries no object. Abort when there is no memory for the answer. One thread at a time.
  */
@@ -1131,7 +1141,8 @@ SWITCH_API int32_t aclLibGetRuleCount(void) SWITCH_NOEXCEPT;
 SWITCH_API const char *aclLibGetFirstRule(void) SWITCH_NOEXCEPT;
 
 /* Returns the name of the rule behind the one named, null behind the last one and for an unknown
- * name; the first rule's name for a null name. */
+ * name; the first rule's name for a null name. Where two rules have one name, a walk by names comes
+ * back to the first of them, again and again: walk gClientEntryList instead. */
 SWITCH_API const char *aclLibFindNextRule(const char *name) SWITCH_NOEXCEPT;
 
 /* Returns the entry of a name, null when there is none; the first entry for a null name. */
@@ -1185,6 +1196,9 @@ SWITCH_API int32_t aclEgressSupported(uint32_t x) SWITCH_NOEXCEPT;
  *   cookie                   comes back with the answer
  * Returns 1 when the request was sent; 0 otherwise: the rule then is in the table all the same,
  * unless aclLibCreateRule() refused it.
+ * The answer fills in the first rule of that name, or when it describes none (the manager refused,
+ * for instance because it does not know the rule) deletes it. So a name should be in the table
+ * once, and serve as refName of others only when its answer has come.
  */
 SWITCH_API int32_t aclLibConfigAppRule(uint32_t ignored, const char *name, const char *refName,
                                        uint32_t flags, uint32_t position,
@@ -1222,7 +1236,8 @@ SWITCH_API int32_t aclLibCheckRuleValidity(const AclRuleRecord *rule, const uint
 /*
  * Decides one packet field by the rules of the table, without asking the ACL manager: the first
  * rule that has a term of the type and of which such a term matches decides, by the first permit or
- * deny behind that term.
+ * deny behind that term. Fields of one type are not told apart: a table is for one kind of values,
+ * such as IPv4 source addresses.
  *   ignored    not used
  *   fieldType  3 or 4; anything else matches nothing
  *   packet     borrowed, not null
@@ -1253,7 +1268,8 @@ SWITCH_API const char *aclLibEvaluateRule(uint32_t ignored, uint32_t fieldType,
  */
 SWITCH_API extern AclClientEntryList gClientEntryList;
 
-/* Not 0: evaluation prints a line on standard output where no rule's action decided. */
+/* Not 0: evaluation prints a text, without a line end, on standard output where there are rules and
+ * no rule's action decided. */
 SWITCH_API extern uint32_t aclLibDebug;
 
 /* ---- Applications and pending requests -------------------------------------------------------
@@ -1405,7 +1421,7 @@ typedef struct AclAppPolicyRequest {
   uint32_t requestWord0;
   uint32_t requestWord1; /* its low byte is sent */
   uint32_t requestWord2; /* the tag of the pending request, too */
-  uint32_t requestWord3;
+  uint32_t requestWord3; /* passed on */
   uint8_t reserved1[12];
   uint8_t match1Type; /* 26, 39, 62 or 63; any other one is not sent, nor its value */
   uint8_t reserved2[7];
@@ -1449,7 +1465,8 @@ SWITCH_API int32_t aclLibApplyAppPolicy(const AclAppPolicyRequest *request, uint
  * Asks for the removal of an application policy (code 0x300C); arguments and results as above.
  * Sends less: no policyName, policyAttr, requestWord0 nor requestWord1, no second match, and of the
  * first one, which it looks at whatever matchCount says, neither a name (type 26, of which not even
- * the type is sent) nor a mask.
+ * the type is sent) nor a mask. What goes is found by appId, flags, requestWord2, requestWord3 and
+ * the first match, which therefore have to be those of the apply.
  */
 SWITCH_API int32_t aclLibUnApplyAppPolicy(const AclAppPolicyRequest *request, uint32_t appId,
                                           uint32_t flags, uint32_t callerRef) SWITCH_NOEXCEPT;
@@ -1463,7 +1480,9 @@ SWITCH_API const char *aclGetRuleActionString(int32_t action) SWITCH_NOEXCEPT;
  * 0x301D).
  *   sliceRequest  borrowed; null gives -2
  *   context       comes back with the answer
- * Returns the result of the send; -1, with nothing sent, for an appId of 29 or more. Any thread.
+ * Returns the result of the send; -1, with nothing sent, for an appId of 29 or more. Any thread. In
+ * an answer that tells of a failure the library puts "reserve" or "unreserve" at 16 and the type of
+ * the slices, in words, at 49, both NUL-terminated.
  */
 SWITCH_API int32_t aclLibSliceConfig(const AclSliceRequest *sliceRequest,
                                      uint32_t context) SWITCH_NOEXCEPT;

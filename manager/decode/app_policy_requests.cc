@@ -28,6 +28,8 @@ using Reader = acl::BodyReader<Body>;
 constexpr std::size_t kSharedMatchWidth = 36;
 using MatchBytes = std::span<const std::byte, kSharedMatchWidth>;
 
+constexpr std::uint32_t kMaxMatchValues = 2;
+
 constexpr std::size_t kTwoWords = 2 * sizeof(std::uint32_t);
 
 // A value that is shown as a name has to end within its field, like every name.
@@ -81,6 +83,22 @@ std::optional<Refusal> problemOfMatch(const MatchField &field) {
   return std::nullopt;
 }
 
+// A client that does not know the type of a match value leaves the value out, but counts it.
+// Without it the policy would apply to more than was asked for.
+std::optional<Refusal> problemOfMatchCount(const Reader &reader) {
+  const std::uint32_t count = reader.get(Body::policyAttr) & 0xFFU;
+  if (count > kMaxMatchValues) {
+    return Refusal{Status::kInvalidParameter, fmt::format("{} match values", count)};
+  }
+  const std::array types = {reader.get(Body::match1Type), reader.get(Body::match2Type)};
+  for (std::size_t i = 0; i < count; ++i) {
+    if (static_cast<MatchType>(types[i]) != MatchType::kNone) continue;
+    return Refusal{Status::kInvalidParameter,
+                   fmt::format("match value {} of {} is missing", i + 1, count)};
+  }
+  return std::nullopt;
+}
+
 AppPolicyHead headOf(const Reader &reader) noexcept {
   return {.code = reader.get(Body::code),
           .seqNo = reader.get(Body::seqNo),
@@ -127,6 +145,7 @@ Outcome<ApplyRequest> decodeApply(std::span<const std::byte> body) {
   const Reader &reader = checked.value();
   if (const auto problem = problemOfMatch(firstMatchOf(reader))) return *problem;
   if (const auto problem = problemOfMatch(secondMatchOf(reader))) return *problem;
+  if (const auto problem = problemOfMatchCount(reader)) return *problem;
   const std::string_view name = reader.get(Body::policyName);
   if (const auto problem = problemOfName(name)) return *problem;
   auto entries = entriesOf(reader);

@@ -34,7 +34,8 @@ struct UnapplyRequest {
 // Each decodes the body of one request. kInvalidMessage, and why, for a body of another length, a
 // fixed word that is wrong, a name that is not terminated, or a rule's name that is empty;
 // kInvalidParameter for no or too many entries, and for a match value of a type that there is not
-// (in an unapply, of one that it cannot carry).
+// (in an unapply, of one that it cannot carry). An apply has to have as many match values as its
+// attribute says, or more: kInvalidParameter too.
 Outcome<ApplyRequest> decodeApply(std::span<const std::byte> body);
 Outcome<UnapplyRequest> decodeUnapply(std::span<const std::byte> body);
 

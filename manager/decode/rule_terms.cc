@@ -19,7 +19,9 @@ namespace {
 namespace action = acl::action;
 namespace condition = acl::condition;
 
-// Conditions of a 32-bit value and a 32-bit mask.
+// Conditions of an IPv4 address and its mask. Whoever evaluates a term of them takes the value for
+// an address, so that other 32-bit values under a mask (VXLAN network identifiers) are none of
+// them.
 constexpr auto kValueMaskConditions = std::to_array<std::uint32_t>({
     condition::kSourceIPv4,
     condition::kDestinationIPv4,
@@ -27,7 +29,6 @@ constexpr auto kValueMaskConditions = std::to_array<std::uint32_t>({
     condition::kIPv4Unlabelled2,
     condition::kArpTargetAddress,
     condition::kArpSenderAddress,
-    condition::kVxlanVni,
 });
 constexpr std::size_t kValueMaskWidth = 8;
 

@@ -3,8 +3,9 @@
 // Whoever evaluates the terms takes the first one that matches, and behind it the first verdict. So
 // several terms that match are alternatives, while a packet has to meet all conditions of a rule:
 // terms decide as the rule does only when it has one condition, or none, which any packet meets.
-// Conditions that compare a 32-bit number under a mask (IPv4 addresses, VXLAN network identifiers)
-// and IPv6 addresses are terms, and so are accept and deny, alone or folded into an action group.
+// Conditions that compare an IPv4 address (or an ARP address) under a mask and IPv6 addresses are
+// terms, and so are accept and deny, alone or folded into an action group. Which address of a
+// packet is meant is not told by a term.
 //
 // An IPv6 address condition holds, as this manager has it:
 //

@@ -199,6 +199,12 @@ std::uint32_t DynamicRuleStore::indexAt(std::string_view name, const BindingPoin
   return static_cast<std::uint32_t>(std::distance(bindings.begin(), own)) + 1;
 }
 
+const BindingPoint *DynamicRuleStore::firstPointOf(std::string_view name) const {
+  const auto found = rules_.find(name);
+  if (found == rules_.end() || found->second.places.empty()) return nullptr;
+  return &found->second.places.begin()->first;
+}
+
 bool DynamicRuleStore::isInstalled(std::string_view name) const {
   const auto found = rules_.find(name);
   return found != rules_.end() && !found->second.installers.empty();

@@ -99,6 +99,10 @@ class DynamicRuleStore {
   // Returns the rule's place at a point, counted from 1; 0 when it is not bound there.
   std::uint32_t indexAt(std::string_view name, const BindingPoint &point) const;
 
+  // Returns the first point that a rule is bound at, borrowed until the next change; null when it
+  // is bound nowhere.
+  const BindingPoint *firstPointOf(std::string_view name) const;
+
   // Whether a rule has the mark of any connection.
   bool isInstalled(std::string_view name) const;
 

@@ -14,6 +14,12 @@ const Policy *PolicyStore::find(std::string_view name) const {
   return found == policies_.end() ? nullptr : &found->second.policy;
 }
 
+const BindingPoint *PolicyStore::firstPointOf(std::string_view name) const {
+  const auto found = policies_.find(name);
+  if (found == policies_.end() || found->second.points.empty()) return nullptr;
+  return &*found->second.points.begin();
+}
+
 Status PolicyStore::add(Policy policy) {
   if (const Policy *existing = find(policy.name)) {
     return *existing == policy ? Status::kOk : Status::kPolicyExist;

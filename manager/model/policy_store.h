@@ -68,6 +68,10 @@ class PolicyStore {
   // Returns the policy, borrowed until the next change; null when there is none.
   const Policy *find(std::string_view name) const;
 
+  // Returns the first point that a policy is bound at, borrowed until the next change; null when it
+  // is bound nowhere.
+  const BindingPoint *firstPointOf(std::string_view name) const;
+
   // Returns how many policies there are, and how many bytes their rules have come in.
   std::size_t size() const noexcept { return policies_.size(); }
   std::size_t encodedBytes() const noexcept { return encodedBytes_; }

@@ -121,15 +121,18 @@ std::string ruleText(std::string_view name, std::uint32_t appId) {
   return fmt::format("dynamic rule {}, application {}", quoted(name), appId);
 }
 
-std::string pointText(const BindingPoint &point) {
-  return fmt::format("port {}, vlan {}, direction {}", portText(point.port), point.vlan,
-                     point.direction);
-}
-
 // Returns an application's rule; null when there is none of the name or it is another's.
 const DynamicRule *ruleOf(const ManagerState &state, std::string_view name, std::uint32_t appId) {
   const DynamicRule *rule = state.dynamicRules.find(name);
   return rule != nullptr && rule->owner == appId ? rule : nullptr;
+}
+
+// Returns why a rule cannot be deleted, for people.
+std::string useOf(const DynamicRuleStore &rules, std::string_view name) {
+  if (const BindingPoint *point = rules.firstPointOf(name)) {
+    return fmt::format("bound at {}", pointText(*point));
+  }
+  return rules.isInstalled(name) ? "installed by a client" : "named by an application policy";
 }
 
 std::optional<Answer> handleAddRule(ManagerState &state, const Request &request,
@@ -149,7 +152,9 @@ std::optional<Answer> handleDeleteRule(ManagerState &state, const Request &reque
   if (!decoded) return answerOf(decoded.refusal());
   const DeleteRuleRequest &asked = decoded.value();
   text.fields = ruleText(asked.ruleName, asked.appId);
-  return Answer{state.dynamicRules.remove(asked.ruleName, asked.appId), ""};
+  const Status status = state.dynamicRules.remove(asked.ruleName, asked.appId);
+  if (status != Status::kRuleInUse) return Answer{status, ""};
+  return Answer{status, useOf(state.dynamicRules, asked.ruleName)};
 }
 
 // Binds a rule. Its reply is made first: when there is no memory for it, nothing is bound. A rule
@@ -161,6 +166,7 @@ Answer bindRule(ManagerState &state, const Request &request, const RuleBindingRe
                 placedRuleReply(request.body, Status::kOk, 0,
                                 description ? description.value() : RuleDescription{})};
   const Status status = state.dynamicRules.bind(asked.ruleName, asked.point, asked.attributes);
+  if (status == Status::kRuleInUse) return {status, "bound there with other attributes"};
   if (status != Status::kOk) return {status, ""};
   putRuleIndex(answer.reply, state.dynamicRules.indexAt(asked.ruleName, asked.point));
   return answer;

@@ -56,6 +56,11 @@ std::string portText(std::uint32_t port) {
   return fmt::format("{}:{}", port >> 16 & 0xFF, port & 0xFFFF);
 }
 
+std::string pointText(const BindingPoint &point) {
+  return fmt::format("port {}, vlan {}, direction {}", portText(point.port), point.vlan,
+                     point.direction);
+}
+
 const Handler &handlerOf(std::uint16_t code) noexcept {
   for (const auto area : kAreas) {
     const std::span<const Handler> rows = area();

@@ -66,6 +66,9 @@ Answer answerOf(const Refusal &refusal);
 // Returns a port word in the words of the clients: slot:port.
 std::string portText(std::uint32_t port);
 
+// Returns a point in words: port, VLAN and direction.
+std::string pointText(const BindingPoint &point);
+
 // Returns the row of a code; of codes that the manager does not know, the row that refuses them.
 const Handler &handlerOf(std::uint16_t code) noexcept;
 

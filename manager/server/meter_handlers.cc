@@ -65,7 +65,10 @@ std::optional<Answer> handleDeleteMeter(ManagerState &state, const Request &requ
   if (!decoded) return answerOf(decoded.refusal());
   const MeterRequest &asked = decoded.value();
   text.fields = meterText(asked.meterName, asked.appId);
-  return Answer{state.meters.remove(asked.meterName, asked.appId), ""};
+  const Status status = state.meters.remove(asked.meterName, asked.appId);
+  if (status != Status::kInstanceInUse) return Answer{status, ""};
+  const Meter &meter = *state.meters.find(asked.meterName);
+  return Answer{status, fmt::format("bound to target {}", *meter.targets.begin())};
 }
 
 std::optional<Answer> handleMeterBinding(ManagerState &state, const Request &request,

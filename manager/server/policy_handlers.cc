@@ -87,12 +87,29 @@ std::optional<Answer> handlePolicyChunk(ManagerState &state, const Request &requ
   return takePolicy(state, request, chunk, *assembled.value(), text);
 }
 
+// Returns why a policy cannot be deleted, for people.
+std::string useOf(const PolicyStore &policies, std::string_view name) {
+  const BindingPoint *point = policies.firstPointOf(name);
+  if (point == nullptr) return "named by an application policy";
+  return fmt::format("bound at {}", pointText(*point));
+}
+
 std::optional<Answer> handleDeletePolicy(ManagerState &state, const Request &request,
                                          RequestText &text) {
   const auto decoded = decodeDeletePolicy(request.body);
   if (!decoded) return answerOf(decoded.refusal());
-  text.fields = fmt::format("policy {}", quoted(decoded.value().policyName));
-  return Answer{state.policies.remove(decoded.value().policyName), ""};
+  const std::string &name = decoded.value().policyName;
+  text.fields = fmt::format("policy {}", quoted(name));
+  const Status status = state.policies.remove(name);
+  if (status != Status::kPolicyInUse) return Answer{status, ""};
+  return Answer{status, useOf(state.policies, name)};
+}
+
+Answer bindPolicy(ManagerState &state, const BindingRequest &asked) {
+  const Status status = state.policies.bind(asked.policyName, asked.point, asked.applyFlags);
+  if (status != Status::kInstanceInUse) return {status, ""};
+  const Binding &existing = state.policies.bindings().at(asked.point);
+  return {status, fmt::format("policy {} is applied there", quoted(existing.policyName))};
 }
 
 std::optional<Answer> handleBinding(ManagerState &state, const Request &request,
@@ -100,12 +117,9 @@ std::optional<Answer> handleBinding(ManagerState &state, const Request &request,
   const auto decoded = decodeBinding(request.body);
   if (!decoded) return answerOf(decoded.refusal());
   const BindingRequest &binding = decoded.value();
-  text.fields = fmt::format("policy {}, port {}, vlan {}, direction {}, flags {}",
-                            quoted(binding.policyName), portText(binding.point.port),
-                            binding.point.vlan, binding.point.direction, binding.applyFlags);
-  if (request.code == acl::kMsgConfigPolicy) {
-    return Answer{state.policies.bind(binding.policyName, binding.point, binding.applyFlags), ""};
-  }
+  text.fields = fmt::format("policy {}, {}, flags {}", quoted(binding.policyName),
+                            pointText(binding.point), binding.applyFlags);
+  if (request.code == acl::kMsgConfigPolicy) return bindPolicy(state, binding);
   // Where a policy is taken off, the flags it was applied with do not matter.
   return Answer{state.policies.unbind(binding.policyName, binding.point), ""};
 }

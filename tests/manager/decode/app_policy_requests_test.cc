@@ -35,7 +35,7 @@ TEST(DecodeApply, EveryFieldIsRead) {
   putAt(body, 8, hex("00000001"));
   putAt(body, 588, hex("01020304"));
   putAt(body, 592, hex("02 05 EE 07"));
-  putAt(body, 596, hex("0809 0A"));
+  putAt(body, 596, hex("0802 0A"));
   putAt(body, 612, hex("27"));
   putAt(body, 620, hex("00000011 00000012"));
   putAt(body, 668, hex("3E"));
@@ -60,7 +60,7 @@ TEST(DecodeApply, EveryFieldIsRead) {
                                             .match = matchOf(39, hex("00000011 00000012"))}));
   EXPECT_EQ(policy,
             (ApplicationPolicy{.name = "guard",
-                               .attribute = 0x0809,
+                               .attribute = 0x0802,
                                .word0 = 0x41424344,
                                .word1 = 0x0A,
                                .secondMatch = matchOf(62, hex("0A0B0C0D0E0F FFFFFFFFFF00")),
@@ -128,6 +128,51 @@ TEST(DecodeApply, MatchTypesThatThereAreNotAreRefused) {
     Bytes second = appPolicyBody({});
     putAt(second, 668, test_support::bigEndian(static_cast<std::uint64_t>(type), 1));
     EXPECT_EQ(refusalOf(decodeApply, second), expected);
+  }
+}
+
+// A body whose attribute and match types are these; the types are known ones or 0.
+Bytes countedBody(std::string_view attribute, std::string_view type1, std::string_view type2) {
+  Bytes body = appPolicyBody({});
+  putAt(body, 596, hex(attribute));
+  putAt(body, 612, hex(type1));
+  putAt(body, 668, hex(type2));
+  return body;
+}
+
+TEST(DecodeApply, AsManyMatchValuesAsTheAttributeCountsHaveToBeThere) {
+  const struct {
+    const char *attribute, *type1, *type2, *expected;
+  } rows[] = {
+      {"0000", "00", "00", ""},
+      {"0100", "00", "00", ""},  // only the low byte counts
+      {"0001", "27", "00", ""},
+      {"FF01", "27", "00", ""},
+      {"0001", "00", "00", "-2 match value 1 of 1 is missing"},
+      {"0001", "00", "27", "-2 match value 1 of 1 is missing"},
+      {"0002", "27", "3E", ""},
+      {"0002", "27", "00", "-2 match value 2 of 2 is missing"},
+      {"0002", "00", "3E", "-2 match value 1 of 2 is missing"},
+      {"0002", "00", "00", "-2 match value 1 of 2 is missing"},
+      {"0003", "27", "3E", "-2 3 match values"},
+      {"00FF", "27", "3E", "-2 255 match values"},
+  };
+  for (const auto &[attribute, type1, type2, expected] : rows) {
+    EXPECT_EQ(refusalOf(decodeApply, countedBody(attribute, type1, type2)), expected)
+        << attribute << ' ' << type1 << ' ' << type2;
+  }
+}
+
+TEST(DecodeApply, MatchValuesBeyondThoseThatAreCountedAreTaken) {
+  EXPECT_EQ(refusalOf(decodeApply, countedBody("0000", "27", "3E")), "");
+  EXPECT_EQ(refusalOf(decodeApply, countedBody("0001", "27", "3E")), "");
+}
+
+TEST(DecodeUnapply, MatchValuesAreNotCounted) {
+  for (const char *attribute : {"0001", "0002", "00FF"}) {
+    Bytes body = unapplyBody({});
+    putAt(body, 596, hex(attribute));
+    EXPECT_EQ(refusalOf(decodeUnapply, body), "") << attribute;
   }
 }
 

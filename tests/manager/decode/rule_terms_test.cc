@@ -39,7 +39,7 @@ std::string refusalOf(const Outcome<std::vector<RuleTerm>> &terms) {
 
 TEST(RuleTerms, ConditionOfAValueUnderAMaskIsATermBeforeTheVerdict) {
   const Bytes data = hex("0A000001 FFFFFF00");
-  for (const std::uint32_t type : {0U, 1U, 34U, 35U, 40U, 41U, 54U}) {
+  for (const std::uint32_t type : {0U, 1U, 34U, 35U, 40U, 41U}) {
     EXPECT_EQ(termsOfConditions({{type, data}}).value(), (std::vector{term(3, data), term(2)}))
         << type;
   }
@@ -80,6 +80,11 @@ TEST(RuleTerms, IPv6MaskThatIsNoPrefixCannotBeDescribed) {
 TEST(RuleTerms, OtherConditionsCannotBeDescribed) {
   EXPECT_EQ(refusalOf(termsOfConditions({{3, Bytes(2)}})), "-17 condition 3 is no term");
   EXPECT_EQ(refusalOf(termsOfConditions({{26, Bytes(8)}})), "-17 condition 26 is no term");
+}
+
+TEST(RuleTerms, VxlanNetworkIdentifierIsNotTakenForAnAddress) {
+  EXPECT_EQ(refusalOf(termsOfConditions({{54, hex("00001234 FFFFFFFF")}})),
+            "-17 condition 54 is no term");
 }
 
 TEST(RuleTerms, SeveralConditionsCannotBeDescribedSinceTermsAreAlternatives) {

@@ -99,6 +99,17 @@ TEST_F(DynamicRuleStoreTest, RuleOfAnotherOwnerIsNotRemoved) {
   EXPECT_NE(store_.find("a"), nullptr);
 }
 
+TEST_F(DynamicRuleStoreTest, FirstPointOfARuleIsTheSmallestWhereItIsBound) {
+  EXPECT_EQ(store_.firstPointOf("none"), nullptr);
+  EXPECT_EQ(store_.firstPointOf("a"), nullptr);
+  store_.bind("a", {2, 1, 0}, {});
+  store_.bind("a", {1, 9, 1}, {});
+  ASSERT_NE(store_.firstPointOf("a"), nullptr);
+  EXPECT_EQ(*store_.firstPointOf("a"), (BindingPoint{1, 9, 1}));
+  store_.unbindAll("a");
+  EXPECT_EQ(store_.firstPointOf("a"), nullptr);
+}
+
 TEST_F(DynamicRuleStoreTest, BoundInstalledAndHeldRulesAreInUse) {
   store_.bind("a", kPoint, {});
   EXPECT_EQ(store_.remove("a", kOwner), Status::kRuleInUse);

@@ -78,6 +78,17 @@ TEST_F(PolicyStoreTest, RemovedPolicyIsGone) {
   EXPECT_EQ(store_.remove("web"), Status::kPolicyNotExist);
 }
 
+TEST_F(PolicyStoreTest, FirstPointOfAPolicyIsTheSmallestWhereItIsBound) {
+  EXPECT_EQ(store_.firstPointOf("none"), nullptr);
+  EXPECT_EQ(store_.firstPointOf("web"), nullptr);
+  store_.bind("web", {2, 1, 0}, 0);
+  store_.bind("web", {1, 9, 1}, 0);
+  ASSERT_NE(store_.firstPointOf("web"), nullptr);
+  EXPECT_EQ(*store_.firstPointOf("web"), (BindingPoint{1, 9, 1}));
+  store_.unbindAll("web");
+  EXPECT_EQ(store_.firstPointOf("web"), nullptr);
+}
+
 TEST_F(PolicyStoreTest, BoundPolicyIsRemovedOnlyAfterItsLastBinding) {
   constexpr BindingPoint other{.port = 0x10005, .vlan = 11, .direction = 0};
   store_.bind("web", kPoint, 0);

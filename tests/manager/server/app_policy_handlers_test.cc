@@ -95,7 +95,9 @@ TEST_F(AppPolicyHandlersTest, RefusalForAnotherReasonNamesNoRule) {
 TEST_F(AppPolicyHandlersTest, WhatAnApplicationPolicyNamesIsNotDeleted) {
   EXPECT_EQ(serve(appPolicyBody({.rules = {"a", "web"}})), 0);
   EXPECT_EQ(serve(deleteRuleBody("a")), -20);
+  EXPECT_EQ(reason, "named by an application policy");
   EXPECT_EQ(serve(deleteBody("web")), -13);
+  EXPECT_EQ(reason, "named by an application policy");
   EXPECT_EQ(serve(deleteRuleBody("b")), 0);
   EXPECT_EQ(serve(unapplyBody({.rules = {"a", "web"}})), 0);
   EXPECT_EQ(serve(deleteRuleBody("a")), 0);

@@ -128,9 +128,11 @@ TEST_F(DynamicRuleHandlersTest, RuleThatIsBoundOrInstalledIsNotDeleted) {
   add("guard");
   bind("guard");
   EXPECT_EQ(serve(deleteRuleBody("guard")), -20);
+  EXPECT_EQ(reason, "bound at port 3:7, vlan 10, direction 1");
   serve(unbindRuleBody("guard"));
   serve(appRuleBody(0x3007, "guard"));
   EXPECT_EQ(serve(deleteRuleBody("guard")), -20);
+  EXPECT_EQ(reason, "installed by a client");
   serve(appRuleBody(0x3008, "guard"));
   EXPECT_EQ(serve(deleteRuleBody("guard")), 0);
 }
@@ -144,6 +146,7 @@ TEST_F(DynamicRuleHandlersTest, ConfigureBindsARuleOnce) {
             "dynamic rule \"guard\", application 3, port 3:7, vlan 10, direction 1, priority 0");
   EXPECT_EQ(bind("guard"), 0);
   EXPECT_EQ(bind("guard", "", 1), -20);
+  EXPECT_EQ(reason, "bound there with other attributes");
   EXPECT_EQ(bind("other", "none"), -19);
   EXPECT_EQ(bind("other", "guard", 1), 0);
   EXPECT_EQ(text.fields,

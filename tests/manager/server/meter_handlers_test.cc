@@ -61,6 +61,7 @@ TEST_F(MeterHandlersTest, DeleteRemovesTheOwnersMeterThatIsNotBound) {
   EXPECT_EQ(serve(meterBody(0x3014, "gold", 4)), -140);
   serve(meterBindingBody(0x301E, "gold"));
   EXPECT_EQ(serve(meterBody(0x3014, "gold")), -16);
+  EXPECT_EQ(reason, "bound to target 255");
   serve(meterBindingBody(0x301F, "gold"));
   EXPECT_EQ(serve(meterBody(0x3014, "gold", 3, 77)), 0);  // whatever the context
   EXPECT_EQ(text.fields, "meter \"gold\", application 3");

@@ -161,6 +161,7 @@ TEST_F(PolicyHandlersTest, DeleteRemovesAPolicyThatIsNotBound) {
   add("web");
   EXPECT_EQ(handle(bindingBody(0x2004, "web", 1, 10)), 0);
   EXPECT_EQ(handle(deleteBody("web")), -13);
+  EXPECT_EQ(reason_, "bound at port 0:1, vlan 10, direction 0");
   EXPECT_EQ(handle(bindingBody(0x2005, "web", 1, 10)), 0);
   EXPECT_EQ(handle(deleteBody("web")), 0);
   EXPECT_EQ(state_.policies.size(), 0U);
@@ -177,6 +178,7 @@ TEST_F(PolicyHandlersTest, ConfigureBindsAPolicyOnce) {
   EXPECT_EQ(handle(bindingBody(0x2004, "web", 0x30007, 10, 1, 1)), -2);
   add("dns");
   EXPECT_EQ(handle(bindingBody(0x2004, "dns", 0x30007, 10, 2, 1)), -16);
+  EXPECT_EQ(reason_, "policy \"web\" is applied there");
   EXPECT_EQ(state_.policies.bindings().size(), 1U);
 }
 
