@@ -15,21 +15,22 @@ namespace acl {
 inline constexpr std::size_t kStatusWidth = 2;
 using EchoedHeader = Bytes<RequestHeader::width - kStatusWidth>;
 
-// kMsgDeletePolicy.
-struct DeletePolicyReplyBody {
+// kMsgDeletePolicy, which the library reads; and kMsgAddPolicy, kMsgRefreshPolicy and
+// kMsgModifyRule, which it hands on.
+struct PolicyReplyBody {
   static constexpr std::size_t size = 652;
   // As far as the library reads and writes.
   static constexpr std::size_t handledSize = 625;
 
-  static constexpr Field<DeletePolicyReplyBody, std::uint16_t> code{0, "code"};
-  static constexpr Field<DeletePolicyReplyBody, std::int16_t> status{2, "status"};
+  static constexpr Field<PolicyReplyBody, std::uint16_t> code{0, "code"};
+  static constexpr Field<PolicyReplyBody, std::int16_t> status{2, "status"};
   // The caller's request header, behind the status.
-  static constexpr Field<DeletePolicyReplyBody, EchoedHeader> header{4, "header"};
-  static constexpr Field<DeletePolicyReplyBody, Name> policyName{592, "policyName"};
+  static constexpr Field<PolicyReplyBody, EchoedHeader> header{4, "header"};
+  static constexpr Field<PolicyReplyBody, Name> policyName{592, "policyName"};
 
   static constexpr FieldTable table{code, status, header, policyName};
 };
-static_assert(isWellFormed<DeletePolicyReplyBody>());
+static_assert(isWellFormed<PolicyReplyBody>());
 
 // kMsgAddDynRule and kMsgDeleteDynRule.
 struct DynRuleReplyBody {

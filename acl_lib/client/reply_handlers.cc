@@ -39,7 +39,7 @@ void dropPolicy(const char *name) noexcept {
 }
 
 void handleDeletePolicy(void *body) noexcept {
-  using Body = DeletePolicyReplyBody;
+  using Body = PolicyReplyBody;
   const ReplyView<Body> reply(body);
   if (!failed(reply)) dropPolicy(reply.get(Body::policyName).text());
 }
@@ -189,7 +189,7 @@ constexpr ReplyHandler row(std::uint16_t code, void (*handle)(void *body) noexce
 }
 
 constexpr ReplyHandler kHandlers[] = {
-    row<DeletePolicyReplyBody>(kMsgDeletePolicy, handleDeletePolicy),
+    row<PolicyReplyBody>(kMsgDeletePolicy, handleDeletePolicy),
     row<DynRuleReplyBody>(kMsgAddDynRule, handleAddDynRule),
     row<DynRuleReplyBody>(kMsgDeleteDynRule, handleDeleteDynRule),
     row<DynRuleBindingReplyBody>(kMsgConfigDynRule, handleConfigDynRule),

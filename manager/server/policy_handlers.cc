@@ -5,6 +5,7 @@
 #include <array>
 #include <utility>
 
+#include "acl_lib/client/reply_bodies.h"
 #include "acl_lib/policy/policy_bodies.h"
 #include "acl_lib/transport/message_codes.h"
 #include "acl_lib/transport/process_info_bodies.h"
@@ -25,8 +26,8 @@ std::vector<std::byte> processInfoReply(std::span<const std::byte> request, Stat
 
 // To chunks of a policy, which carry no request header.
 std::vector<std::byte> policyChunkReply(std::span<const std::byte> request, Status status) {
-  ReplyMaker<acl::PolicyChunkBody, PolicyReplyBody> reply(request, status);
-  reply.echo(acl::PolicyChunkBody::policyName, PolicyReplyBody::policyName);
+  ReplyMaker<acl::PolicyChunkBody, acl::PolicyReplyBody> reply(request, status);
+  reply.echo(acl::PolicyChunkBody::policyName, acl::PolicyReplyBody::policyName);
   return reply.take();
 }
 
@@ -34,9 +35,9 @@ std::vector<std::byte> policyReply(std::span<const std::byte> request, Status st
   // Modify requests have header and name where delete requests have them.
   using Request = acl::DeletePolicyBody;
   static_assert(acl::ModifyRuleBody::policyName.offset == Request::policyName.offset);
-  ReplyMaker<Request, PolicyReplyBody> reply(request, status);
+  ReplyMaker<Request, acl::PolicyReplyBody> reply(request, status);
   reply.echoHeader();
-  reply.echo(Request::policyName, PolicyReplyBody::policyName);
+  reply.echo(Request::policyName, acl::PolicyReplyBody::policyName);
   return reply.take();
 }
 

@@ -24,19 +24,6 @@ struct ProcessInfoReplyBody {
 };
 static_assert(acl::isWellFormed<ProcessInfoReplyBody>());
 
-// To adding, refreshing, modifying and deleting a policy.
-struct PolicyReplyBody {
-  static constexpr std::size_t size = 652;
-
-  static constexpr acl::Field<PolicyReplyBody, std::uint16_t> code{0, "code"};
-  static constexpr acl::Field<PolicyReplyBody, std::int16_t> status{2, "status"};
-  static constexpr acl::Field<PolicyReplyBody, acl::EchoedHeader> header{4, "header"};
-  static constexpr acl::Field<PolicyReplyBody, acl::Name> policyName{592, "policyName"};
-
-  static constexpr acl::FieldTable table{code, status, header, policyName};
-};
-static_assert(acl::isWellFormed<PolicyReplyBody>());
-
 // To applying a policy and to taking it off.
 struct BindingReplyBody {
   static constexpr std::size_t size = 2096;
