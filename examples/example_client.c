@@ -9,8 +9,10 @@ enum { ANSWER_SECONDS = 5, KEPT_STATUSES = 16 };
 /* The callback hands answers from the dispatcher's thread to main. */
 static pthread_mutex_t answerLock = PTHREAD_MUTEX_INITIALIZER;
 static pthread_cond_t answerCame = PTHREAD_COND_INITIALIZER;
+static pthread_cond_t requestShown = PTHREAD_COND_INITIALIZER;
 static int answers; /* that came */
 static int awaited; /* of those, the ones that main has waited for */
+static int wanted;  /* to all requests that main has shown */
 static int16_t statuses[KEPT_STATUSES];
 static AclMsgCallback programsCallback;
 
@@ -21,10 +23,22 @@ uint32_t numberAt(const void *body, unsigned offset, unsigned bytes) {
   return number;
 }
 
+static struct timespec deadline(void) {
+  struct timespec end;
+  clock_gettime(CLOCK_REALTIME, &end);
+  end.tv_sec += ANSWER_SECONDS;
+  return end;
+}
+
+/* An answer may be faster than main, which shows a request when it has been sent: it waits then. */
 static void receive(void *body) {
   const unsigned code = numberAt(body, 0, 2);
   const int16_t status = (int16_t)numberAt(body, 2, 2);
+  const struct timespec end = deadline();
+  int timedOut = 0;
   pthread_mutex_lock(&answerLock);
+  while (answers >= wanted && timedOut == 0)
+    timedOut = pthread_cond_timedwait(&requestShown, &answerLock, &end);
   printf("  answer: code 0x%04x, status %d (%s)\n", code, status, aclStatusText(status));
   if (programsCallback != NULL) programsCallback(body);
   fflush(stdout);
@@ -35,15 +49,15 @@ static void receive(void *body) {
 
 /* Waits until `expected` more answers have come. Returns 0 when they did, with that status. */
 static int await(const char *request, int expected, int16_t status) {
-  struct timespec deadline;
+  const struct timespec end = deadline();
   int bad = 0;
-  clock_gettime(CLOCK_REALTIME, &deadline);
-  deadline.tv_sec += ANSWER_SECONDS;
   pthread_mutex_lock(&answerLock);
+  wanted += expected;
+  pthread_cond_signal(&requestShown);
   for (; expected > 0 && !bad; expected--) {
     int timedOut = 0;
     while (answers <= awaited && timedOut == 0)
-      timedOut = pthread_cond_timedwait(&answerCame, &answerLock, &deadline);
+      timedOut = pthread_cond_timedwait(&answerCame, &answerLock, &end);
     if (timedOut != 0) fprintf(stderr, "%s: no answer within %d s\n", request, ANSWER_SECONDS);
     bad = timedOut != 0 || statuses[awaited % KEPT_STATUSES] != status;
     awaited++;
